@@ -1,0 +1,184 @@
+#include "core/engine_adapter.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <thread>
+
+#include "core/no_destructor.h"
+#include "core/platform.h"
+
+namespace korvid::engine {
+namespace {
+
+constexpr const char* kOptions[kFixedOptionCount] = {
+    "--ignore-config",
+    "--file-logging",
+    "--logfile=C:\\REPOS\\vlclog.log",
+    "--verbose=2",
+    "--no-osd",
+    "--deinterlace=-1",
+    "--deinterlace-mode=auto",
+    "--ffmpeg-hw",
+    "--directx-hw-yuv",
+    "--low-delay",
+    "--network-caching=250",
+    "--drop-late-frames",
+    "--skip-frames",
+};
+
+// Runs queued engine calls in order on one thread of its own.
+class Worker {
+ public:
+  void post(std::function<void()> task) {
+    {
+      const std::lock_guard lock(mutex_);
+      if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
+      tasks_.push_back(std::move(task));
+      ++posted_;
+    }
+    wake_.notify_one();
+  }
+
+  void drain() {
+    std::unique_lock lock(mutex_);
+    if (!thread_.joinable() || std::this_thread::get_id() == thread_.get_id()) return;
+    const uint64_t target = posted_;
+    finished_.wait(lock, [&] { return done_ >= target; });
+  }
+
+ private:
+  void run() {
+    std::unique_lock lock(mutex_);
+    for (;;) {
+      wake_.wait(lock, [&] { return !tasks_.empty(); });
+      std::function<void()> task = std::move(tasks_.front());
+      tasks_.pop_front();
+      lock.unlock();
+      try {
+        task();
+      } catch (...) {
+        // A failing task must not end the worker; its caller has long returned.
+      }
+      task = nullptr;  // release what the task held before counting it done
+      lock.lock();
+      ++done_;
+      finished_.notify_all();
+    }
+  }
+
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::condition_variable finished_;
+  std::deque<std::function<void()>> tasks_;
+  uint64_t posted_ = 0;
+  uint64_t done_ = 0;
+  std::thread thread_;  // lives as long as the process; never joined
+};
+
+Worker& TheWorker() {
+  static NoDestructor<Worker> worker;
+  return *worker;
+}
+
+}  // namespace
+
+const char* const* FixedOptions() { return kOptions; }
+
+std::vector<const char*> AcceptedOptions(const char* engineVersion, bool windows) {
+  const bool edition3 = engineVersion == nullptr || std::atoi(engineVersion) < 4;
+  std::vector<const char*> accepted;
+  for (const char* option : kOptions) {
+    if (edition3 && std::strcmp(option, "--low-delay") == 0) continue;
+    if (edition3 && !windows && std::strcmp(option, "--directx-hw-yuv") == 0) continue;
+    accepted.push_back(option);
+  }
+  return accepted;
+}
+
+libvlc_instance_t* NewInstance() {
+  const std::vector<const char*> options = AcceptedOptions(libvlc_get_version(), platform::kIsWindows);
+  return libvlc_new(static_cast<int>(options.size()), options.data());
+}
+
+void StopAsync(libvlc_media_player_t* player) {
+  if (player == nullptr) return;
+#if LIBVLC_VERSION_MAJOR >= 4
+  libvlc_media_player_stop_async(player);
+#else
+  // The synchronous stop runs on the worker; the task keeps the player alive.
+  libvlc_media_player_retain(player);
+  RunOffEventThread([player] {
+    libvlc_media_player_stop(player);
+    libvlc_media_player_release(player);
+  });
+#endif
+}
+
+int SetTime(libvlc_media_player_t* player, int64_t timeMs, bool fast) {
+  if (player == nullptr) return -1;
+#if LIBVLC_VERSION_MAJOR >= 4
+  return libvlc_media_player_set_time(player, timeMs, fast);
+#else
+  (void)fast;  // this edition always jumps exactly
+  libvlc_media_player_set_time(player, timeMs);
+  return 0;
+#endif
+}
+
+int SetPosition(libvlc_media_player_t* player, double position, bool fast) {
+  if (player == nullptr) return -1;
+#if LIBVLC_VERSION_MAJOR >= 4
+  return libvlc_media_player_set_position(player, position, fast);
+#else
+  (void)fast;
+  libvlc_media_player_set_position(player, static_cast<float>(position));
+  return 0;
+#endif
+}
+
+void RunOffEventThread(std::function<void()> task) { TheWorker().post(std::move(task)); }
+
+void DrainWorker() { TheWorker().drain(); }
+
+PlaybackWatch::PlaybackWatch(libvlc_media_player_t* player)
+    : events_(player != nullptr ? libvlc_media_player_event_manager(player) : nullptr) {
+  if (events_ == nullptr) return;
+  libvlc_event_attach(events_, libvlc_MediaPlayerPlaying, &PlaybackWatch::OnEvent, this);
+  libvlc_event_attach(events_, libvlc_MediaPlayerEncounteredError, &PlaybackWatch::OnEvent, this);
+}
+
+PlaybackWatch::~PlaybackWatch() {
+  if (events_ == nullptr) return;
+  libvlc_event_detach(events_, libvlc_MediaPlayerPlaying, &PlaybackWatch::OnEvent, this);
+  libvlc_event_detach(events_, libvlc_MediaPlayerEncounteredError, &PlaybackWatch::OnEvent, this);
+}
+
+void PlaybackWatch::OnEvent(const libvlc_event_t* event, void* self) {
+  auto* watch = static_cast<PlaybackWatch*>(self);
+  {
+    const std::lock_guard lock(watch->mutex_);
+    if (!watch->outcome_) {
+      watch->outcome_ = event->type == libvlc_MediaPlayerPlaying ? Outcome::kPlaying : Outcome::kError;
+    }
+    ++watch->reports_;
+  }
+  watch->changed_.notify_all();
+}
+
+std::optional<PlaybackWatch::Outcome> PlaybackWatch::outcome() const {
+  const std::lock_guard lock(mutex_);
+  return outcome_;
+}
+
+uint64_t PlaybackWatch::reports() const {
+  const std::lock_guard lock(mutex_);
+  return reports_;
+}
+
+void PlaybackWatch::waitBeyond(uint64_t seen) const {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [&] { return reports_ > seen; });
+}
+
+}  // namespace korvid::engine

@@ -1,0 +1,76 @@
+// The one place that knows which edition of the media engine is linked.
+//
+// The library is written against the engine's 4.x calls; on 3.x a few differ:
+// stopping is synchronous (and deadlocks on the engine's own event thread),
+// the time and position setters have no fast flag and return nothing, and
+// seeking from the event thread deadlocks. This module maps those calls and
+// owns the worker thread that runs, in order, the engine calls that must not
+// run on the event thread.
+#pragma once
+
+#include <vlc/vlc.h>
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace korvid::engine {
+
+// The options the engine is always started with, in their fixed order.
+inline constexpr int kFixedOptionCount = 13;
+const char* const* FixedOptions();
+
+// The fixed options less those the linked edition on this platform does not
+// define (the engine refuses to start on an unknown option).
+std::vector<const char*> AcceptedOptions(const char* engineVersion, bool windows);
+
+// A new engine instance with the accepted options, or null.
+libvlc_instance_t* NewInstance();
+
+// Stops the player without waiting for it; safe from any thread.
+void StopAsync(libvlc_media_player_t* player);
+
+// Exact or fast jumps. Result 0 on success, -1 when the engine refuses.
+int SetTime(libvlc_media_player_t* player, int64_t timeMs, bool fast);
+int SetPosition(libvlc_media_player_t* player, double position, bool fast);
+
+// Runs `task` on the worker thread after every task posted before it.
+void RunOffEventThread(std::function<void()> task);
+
+// Waits until every task posted so far has run. Called before a player is
+// released or replaced. Does nothing on the worker thread itself.
+void DrainWorker();
+
+// Latches the first of the player's "playing" and "error" reports while it
+// exists. The engine shows its error state only briefly (and a short media can
+// play and end between two looks), so a wait on the state alone can miss both.
+class PlaybackWatch {
+ public:
+  enum class Outcome { kPlaying, kError };
+
+  explicit PlaybackWatch(libvlc_media_player_t* player);
+  ~PlaybackWatch();
+  PlaybackWatch(const PlaybackWatch&) = delete;
+  PlaybackWatch& operator=(const PlaybackWatch&) = delete;
+
+  // The first report seen, if any.
+  std::optional<Outcome> outcome() const;
+  // Number of reports seen so far (of any kind the watch listens to).
+  uint64_t reports() const;
+  // Blocks until more than `seen` reports have arrived. No time limit.
+  void waitBeyond(uint64_t seen) const;
+
+ private:
+  static void OnEvent(const libvlc_event_t* event, void* self);
+
+  libvlc_event_manager_t* events_ = nullptr;
+  mutable std::mutex mutex_;
+  mutable std::condition_variable changed_;
+  std::optional<Outcome> outcome_;
+  uint64_t reports_ = 0;
+};
+
+}  // namespace korvid::engine

@@ -1,0 +1,39 @@
+#include "net/http_fetch.h"
+
+#include <curl/curl.h>
+
+#include <memory>
+
+namespace korvid::net {
+namespace {
+
+struct EasyCleanup {
+  void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
+};
+using EasyHandle = std::unique_ptr<CURL, EasyCleanup>;
+
+}  // namespace
+
+std::size_t CurlWriteToString(char* data, std::size_t size, std::size_t nmemb, void* userdata) {
+  const std::size_t bytes = size * nmemb;
+  static_cast<std::string*>(userdata)->append(data, bytes);
+  return bytes;
+}
+
+void WriteResponseInto(void* handle, std::string* body) {
+  curl_easy_setopt(static_cast<CURL*>(handle), CURLOPT_WRITEFUNCTION, &CurlWriteToString);
+  curl_easy_setopt(static_cast<CURL*>(handle), CURLOPT_WRITEDATA, body);
+}
+
+std::string HttpGetToString(std::string url) {
+  std::string body;
+  const EasyHandle curl(curl_easy_init());
+  if (!curl) return body;
+  curl_easy_setopt(curl.get(), CURLOPT_SSL_VERIFYPEER, 0L);
+  curl_easy_setopt(curl.get(), CURLOPT_URL, url.c_str());
+  WriteResponseInto(curl.get(), &body);
+  curl_easy_perform(curl.get());  // a failed transfer just leaves less in the body
+  return body;
+}
+
+}  // namespace korvid::net

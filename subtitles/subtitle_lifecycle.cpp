@@ -1,0 +1,9 @@
+#include "subtitles/subtitle_lifecycle.h"
+
+namespace korvid::subtitles {
+
+void ResetOnInit() {}
+
+void ReleaseOnShutdown() {}
+
+}  // namespace korvid::subtitles

@@ -1,0 +1,27 @@
+#include "support/process.h"
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace korvid::test {
+
+void RunCommand(const std::string& command) {
+  const int status = std::system(command.c_str());
+  if (status != 0) {
+    throw std::runtime_error("command failed (" + std::to_string(status) + "): " + command);
+  }
+}
+
+std::string ShellQuote(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) {
+    if (c == '\'') {
+      quoted += "'\\''";
+    } else {
+      quoted += c;
+    }
+  }
+  return quoted + "'";
+}
+
+}  // namespace korvid::test

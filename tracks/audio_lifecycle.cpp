@@ -1,0 +1,9 @@
+#include "tracks/audio_lifecycle.h"
+
+namespace korvid::tracks {
+
+void ResetOnInit() {}
+
+void ReleaseOnShutdown() {}
+
+}  // namespace korvid::tracks
