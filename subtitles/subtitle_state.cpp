@@ -1,0 +1,10 @@
+#include "subtitles/subtitle_state.h"
+
+namespace korvid::subtitles {
+
+SubtitleState& State() {
+  static SubtitleState state;
+  return state;
+}
+
+}  // namespace korvid::subtitles
