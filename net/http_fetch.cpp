@@ -2,21 +2,20 @@
 
 #include <curl/curl.h>
 
-#include <memory>
+#include <new>
+
+#include "net/easy_handle.h"
 
 namespace korvid::net {
-namespace {
 
-struct EasyCleanup {
-  void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
-};
-using EasyHandle = std::unique_ptr<CURL, EasyCleanup>;
-
-}  // namespace
-
-std::size_t CurlWriteToString(char* data, std::size_t size, std::size_t nmemb, void* userdata) {
+std::size_t CurlWriteToString(char* data, std::size_t size, std::size_t nmemb, void* userdata) noexcept {
   const std::size_t bytes = size * nmemb;
-  static_cast<std::string*>(userdata)->append(data, bytes);
+  if (bytes == 0) return 0;
+  try {
+    static_cast<std::string*>(userdata)->append(data, bytes);
+  } catch (const std::bad_alloc&) {
+    return 0;  // no exception may cross libcurl's C frames; taking nothing ends the transfer
+  }
   return bytes;
 }
 

@@ -11,8 +11,9 @@ namespace korvid::net {
 
 // CURLOPT_WRITEFUNCTION that appends each chunk to the std::string given as
 // CURLOPT_WRITEDATA, byte count and all (embedded NULs are kept). Always
-// reports the whole chunk as taken.
-std::size_t CurlWriteToString(char* data, std::size_t size, std::size_t nmemb, void* userdata);
+// reports the whole chunk as taken, unless memory runs out (then it takes
+// nothing, which ends the transfer with what arrived before).
+std::size_t CurlWriteToString(char* data, std::size_t size, std::size_t nmemb, void* userdata) noexcept;
 
 // Sets the write function and target of `handle` to `body` (the handle is a CURL*).
 void WriteResponseInto(void* handle, std::string* body);
