@@ -1,0 +1,270 @@
+// Side subtitles against a real player paused at known times: the cue cursor,
+// the bytes written into the host's buffer and the results the host sees.
+#include <gtest/gtest.h>
+
+#include <vlc/vlc.h>
+
+#include <array>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/player_record.h"
+#include "exports/korvid_exports.h"
+#include "support/engine_session.h"
+#include "support/headless_env.h"
+#include "support/http_server.h"
+#include "support/media_clips.h"
+#include "support/process.h"
+#include "support/subtitle_media.h"
+
+namespace korvid::test {
+namespace {
+
+constexpr uint8_t kSentinel = 0x7F;
+constexpr std::size_t kBufferSize = 10000;
+
+// Cues A, B and C with two-second gaps between them.
+const std::string kThreeCues =
+    "1\r\n00:00:01,000 --> 00:00:03,000\r\nAlpha one\r\n\r\n"
+    "2\r\n00:00:05,000 --> 00:00:07,000\r\nBravo\r\n\r\n"
+    "3\r\n00:00:09,000 --> 00:00:11,000\r\nCharlie\r\n\r\n";
+
+class SubtitleUpdate : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(session_.initResult(), 0);
+    buffer_.fill(kSentinel);
+  }
+  void TearDown() override { NativeSetProperty(901, static_cast<int32_t>(kBufferSize)); }
+
+  // Opens `clip` paused at its start (auto-play off).
+  void OpenPaused(const std::string& clip) {
+    NativeSetAutoPlay(false);
+    ASSERT_EQ(NativeOpenURI(clip.c_str()), 0);
+    ASSERT_TRUE(WaitUntil([] { return NativeGetPlayerState() == 4; }, events_)) << Describe(events_);
+  }
+
+  // Seeks the paused player to `ms`, waits for the seek to complete and the
+  // player to settle, and returns the time the subtitle clock will read.
+  int64_t PauseAt(int32_t ms) {
+    events_.clear();
+    EXPECT_EQ(NativeSeek(ms), 0);
+    EXPECT_TRUE(WaitForEvent(13, events_)) << Describe(events_);
+    EXPECT_TRUE(WaitUntil([] { return NativeGetPlayerState() == 4; }, events_)) << Describe(events_);
+    int64_t previous = -2;
+    int64_t now = Clock();
+    EXPECT_TRUE(WaitUntil(
+        [&] {
+          previous = std::exchange(now, Clock());
+          return previous == now;
+        },
+        events_));
+    return now;
+  }
+
+  static int64_t Clock() { return libvlc_media_player_get_time(Record().mainPlayer.get()); }
+
+  int32_t Update() { return NativeUpdateSubtitle(reinterpret_cast<char*>(buffer_.data())); }
+
+  // The buffer's first bytes as text, and whether they are zeros up to `zeros`.
+  std::string Shown(std::size_t n) const { return std::string(buffer_.begin(), buffer_.begin() + static_cast<long>(n)); }
+  bool ZeroedThrough(std::size_t n) const {
+    for (std::size_t i = 0; i < n; ++i) {
+      if (buffer_[i] != 0) return false;
+    }
+    return true;
+  }
+
+  EngineSession session_;
+  std::vector<int32_t> events_;
+  std::array<uint8_t, kBufferSize + 16> buffer_{};
+};
+
+TEST_F(SubtitleUpdate, WalksCuesOfASubRipFileFromDisk) {
+  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  ASSERT_TRUE(NativeOpenSubtitleURI(WriteWorkFile("walk.srt", kThreeCues).c_str()));
+  EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 0);
+
+  // Inside A: the first call loads the file and copies A, unterminated.
+  ASSERT_NEAR(PauseAt(2000), 2000, 900);
+  EXPECT_EQ(Update(), 9);
+  EXPECT_EQ(Shown(9), "Alpha one");
+  EXPECT_EQ(buffer_[9], kSentinel);
+  EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 1);
+
+  // In the gap: the cursor moves to B and the buffer is zeroed; then, B being
+  // ahead, zeroed again and back to A; the calls alternate, answering A's length.
+  ASSERT_NEAR(PauseAt(4000), 4000, 900);
+  buffer_.fill(kSentinel);
+  EXPECT_EQ(Update(), 9);
+  EXPECT_TRUE(ZeroedThrough(kBufferSize));
+  EXPECT_EQ(buffer_[kBufferSize], kSentinel);  // only property 901's bytes are touched
+  for (int i = 0; i < 3; ++i) {
+    buffer_.fill(kSentinel);
+    EXPECT_EQ(Update(), 9);
+    EXPECT_TRUE(ZeroedThrough(kBufferSize)) << i;
+  }
+
+  // Inside B: one more zeroing step (the cursor walks from A), then B's text.
+  ASSERT_NEAR(PauseAt(6000), 6000, 900);
+  EXPECT_EQ(Update(), 9);
+  EXPECT_EQ(Update(), 5);
+  EXPECT_EQ(Shown(5), "Bravo");
+  EXPECT_EQ(Update(), 5);
+
+  // Inside C, the list's last cue: never shown. The cursor runs off the only
+  // file, and from then on every call answers B's length with the buffer kept.
+  ASSERT_NEAR(PauseAt(10000), 10000, 900);
+  buffer_.fill(kSentinel);
+  std::memcpy(buffer_.data(), "Bravo", 5);
+  EXPECT_EQ(Update(), 5);
+  ASSERT_NEAR(PauseAt(2000), 2000, 900);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(Update(), 5);
+  EXPECT_EQ(Shown(6), std::string("Bravo") + static_cast<char>(kSentinel));
+}
+
+// A SubRip timestamp for `ms` (under a minute).
+std::string Stamp(int64_t ms) {
+  return "00:00:" + std::to_string(ms / 1000) + "," + std::to_string(1000 + ms % 1000).substr(1);
+}
+
+TEST_F(SubtitleUpdate, CueBoundsAreInclusiveAndProperty901CutsTheCopy) {
+  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  // A cue starting exactly now, then (after a new start-up) one ending exactly now.
+  const int64_t t = PauseAt(3000);
+  ASSERT_TRUE(NativeOpenSubtitleURI(
+      WriteWorkFile("starts-now.srt", "1\n" + Stamp(t) + " --> 00:00:20,000\nstarts now\n\n").c_str()));
+  EXPECT_EQ(Update(), 10);
+  EXPECT_EQ(Shown(10), "starts now");
+
+  ASSERT_EQ(NativeInit(0), 0);  // drops the cues; the source stays and is picked up again
+  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  const int64_t u = PauseAt(3000);
+  ASSERT_TRUE(NativeOpenSubtitleURI(
+      WriteWorkFile("ends-now.srt", "1\n00:00:00,000 --> " + Stamp(u) + "\nends now, longer text\n\n").c_str()));
+  EXPECT_EQ(NativeSetProperty(901, 4), 0);
+  buffer_.fill(kSentinel);
+  EXPECT_EQ(Update(), 4);
+  EXPECT_EQ(Shown(5), std::string("ends") + static_cast<char>(kSentinel));
+  EXPECT_EQ(NativeSetProperty(901, 9), 0);
+  EXPECT_EQ(Update(), 9);
+  EXPECT_EQ(Shown(10), std::string("ends now,") + static_cast<char>(kSentinel));
+}
+
+TEST_F(SubtitleUpdate, SubRipOverHttpAndTheTerminalResults) {
+  HttpServer server;
+  server.serve("/subs/walk.srt", kThreeCues);
+  server.serve("/subs/none.srt", "1\nno timing line at all\n");
+  server.serve("/no-subtitles.m3u8", "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\nv.m3u8\n");
+  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  ASSERT_NEAR(PauseAt(6000), 6000, 900);
+
+  ASSERT_TRUE(NativeOpenSubtitleURI(server.url("/subs/walk.srt").c_str()));
+  EXPECT_EQ(Update(), 0);  // loaded, walked past A to B and zeroed: count 0
+  EXPECT_EQ(Update(), 5);
+  EXPECT_EQ(Shown(5), "Bravo");
+  // The file is requested once by the track list build and once for its text.
+  EXPECT_EQ(server.requestsFor("/subs/walk.srt").size(), 2u);
+
+  // A file without any arrow: -255, then 0 until the next start-up.
+  ASSERT_EQ(NativeInit(0), 0);
+  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  ASSERT_TRUE(NativeOpenSubtitleURI(server.url("/subs/none.srt").c_str()));
+  EXPECT_EQ(Update(), -255);
+  EXPECT_EQ(Update(), 0);
+  EXPECT_EQ(Update(), 0);
+
+  // A master playlist without subtitle renditions: -1, then 0.
+  ASSERT_EQ(NativeInit(0), 0);
+  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  EXPECT_FALSE(NativeOpenSubtitleURI(server.url("/no-subtitles.m3u8").c_str()));
+  EXPECT_EQ(Update(), -1);
+  EXPECT_EQ(Update(), 0);
+  EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 0);
+}
+
+TEST_F(SubtitleUpdate, BadSubRipTimestampsLeaveAsExceptions) {
+  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  ASSERT_TRUE(NativeOpenSubtitleURI(WriteWorkFile("bad.srt", "1\n00::01,000 --> 00:00:02,000\nx\n\n").c_str()));
+  for (int i = 0; i < 2; ++i) {  // nothing changes, so the next call fails the same way
+    try {
+      Update();
+      ADD_FAILURE() << "no exception";
+    } catch (const std::invalid_argument& e) {
+      EXPECT_STREQ(e.what(), "invalid stoi argument");
+    }
+  }
+  ASSERT_TRUE(NativeOpenSubtitleURI(WriteWorkFile("huge.srt", "1\n00:00:01,99999999999 --> 2\nx\n\n").c_str()));
+  try {
+    Update();
+    ADD_FAILURE() << "no exception";
+  } catch (const std::out_of_range& e) {
+    EXPECT_STREQ(e.what(), "stoi argument out of range");
+  }
+}
+
+TEST_F(SubtitleUpdate, CaptionStreamChanges) {
+  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  ASSERT_NEAR(PauseAt(2000), 2000, 900);
+  ASSERT_TRUE(NativeOpenSubtitleURI(WriteWorkFile("change.srt", kThreeCues).c_str()));
+  // Before the first load a selection outside the list loads nothing and harms nothing.
+  for (const int32_t outside : {5, -1}) {
+    KORVIDUnity_SetCaptionStream(outside);
+    EXPECT_EQ(Update(), 0) << outside;
+    EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 1);
+  }
+  KORVIDUnity_SetCaptionStream(0);
+  EXPECT_EQ(Update(), 9);
+  // After a load, with no change of file due, a selection stops the updates:
+  // each call rebuilds the list and answers the previous count.
+  KORVIDUnity_SetCaptionStream(0);
+  ASSERT_NEAR(PauseAt(6000), 6000, 900);
+  buffer_.fill(kSentinel);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(Update(), 9);
+  EXPECT_EQ(buffer_[0], kSentinel);
+  EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 1);
+}
+
+// ffmpeg writes WebVTT times in the short form mm:ss.mmm, which counts as hours
+// and minutes: its cues at 1, 3, 5 and 7 s fall due at 60, 180, 300 and 420 s.
+TEST_F(SubtitleUpdate, HlsRenditionsSegmentBySegment) {
+  const std::string clip = WorkDir() + "/long-black.mp4";
+  RunCommand("ffmpeg -nostdin -loglevel error -y -f lavfi -i color=c=black:s=64x48:r=5 -t 500 -g 25"
+             " -c:v libx264 -preset ultrafast -pix_fmt yuv420p " + ShellQuote(clip));
+  HttpServer server;
+  server.serveDirectory("/hls/", HlsSubtitleSet());
+  OpenPaused(clip);
+  ASSERT_TRUE(NativeOpenSubtitleURI(server.url("/hls/master.m3u8").c_str()));
+  KORVIDUnity_SetCaptionStream(1);  // before the first load: takes effect
+
+  ASSERT_NEAR(PauseAt(90000), 90000, 2000);
+  EXPECT_EQ(Update(), 4);  // load and copy in one call
+  EXPECT_EQ(Shown(4), "Eins");
+  EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 2);
+
+  // Zwei is its segment's last cue: the cursor lands on it and the next segment
+  // is scheduled; Zwei is never shown and the buffer keeps Eins.
+  ASSERT_NEAR(PauseAt(200000), 200000, 2000);
+  EXPECT_EQ(Update(), 4);
+  EXPECT_EQ(Shown(4), "Eins");
+  EXPECT_EQ(Update(), 0);  // the second segment loads; Drei lies ahead: zeroed
+  EXPECT_TRUE(ZeroedThrough(kBufferSize));
+
+  ASSERT_NEAR(PauseAt(330000), 330000, 2000);
+  EXPECT_EQ(Update(), 4);
+  EXPECT_EQ(Shown(4), "Drei");
+
+  // Past Vier the third segment, which has no cues, ends the updates.
+  ASSERT_NEAR(PauseAt(450000), 450000, 2000);
+  EXPECT_EQ(Update(), 4);
+  EXPECT_EQ(Update(), -255);
+  EXPECT_EQ(Update(), 0);
+  EXPECT_EQ(server.requestsFor("/hls/out_Deutsch2.vtt").size(), 1u);
+  EXPECT_TRUE(server.requestsFor("/hls/out_English0.vtt").empty());
+}
+
+}  // namespace
+}  // namespace korvid::test
