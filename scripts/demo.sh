@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs what the project needs, builds the library and the demo host, makes
+# the built-in sample clip and plays it through the library. Extra arguments go
+# to the demo (for example --location URL, --seek 3000, --no-autoplay).
+# KORVID_SKIP_INSTALL=1 skips the package install on a machine already set up.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+cd "$root"
+[ "${KORVID_SKIP_INSTALL:-0}" = 1 ] || bash scripts/install-deps.sh >/dev/null
+
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build build -j"${KORVID_JOBS:-2}" --target korvid_demo >/dev/null
+
+# The demo runs headless: no window, audio to a null device, and its own
+# working directory (the engine writes its log file there).
+out="$root/out/demo"
+mkdir -p "$out"
+sample="$out/sample.mp4"
+if [ ! -f "$sample" ]; then
+  ffmpeg -nostdin -loglevel error -y \
+    -f lavfi -i "testsrc2=s=640x360:r=25,drawtext=text='%{pts\\:hms}':fontsize=40:x=20:y=20:fontcolor=white:box=1:boxcolor=black" \
+    -f lavfi -i "sine=f=440:sample_rate=48000" -t 10 \
+    -c:v libx264 -preset veryfast -pix_fmt yuv420p -g 25 -c:a aac -shortest "$sample" 2>/dev/null \
+  || ffmpeg -nostdin -loglevel error -y -f lavfi -i "testsrc2=s=640x360:r=25" -f lavfi -i "sine=f=440:sample_rate=48000" \
+    -t 10 -c:v libx264 -preset veryfast -pix_fmt yuv420p -g 25 -c:a aac -shortest "$sample"
+fi
+printf 'pcm.!default { type null }\n' > "$out/.asoundrc"
+
+cd "$out"
+HOME="$out" SDL_VIDEODRIVER=dummy "$root/build/tools/korvid_demo" \
+  --location "$sample" --sheet "$out/contact-sheet.png" "$@"
