@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "core/player_record.h"
 #include "exports/korvid_exports.h"
 #include "net/http_fetch.h"
 #include "subtitles/cue_parser.h"
@@ -153,18 +154,24 @@ TEST(CaptionExports, ConstantsAndLogLines) {
   KORVIDUnity_SetCaptionStream(0);
   char buffer[16] = {};
   EXPECT_EQ(NativeUpdateSubtitle(buffer), 0);  // no player yet: nothing happens
+  EXPECT_EQ(NativeUpdateSubtitle(nullptr), 0);
   EXPECT_FALSE(NativeCheckSpuContent());
   NativeSetActiveSpuContent(true);
   EXPECT_FALSE(NativeOpenSubtitleURI("x.vtt"));
   const std::string log = testing::internal::GetCapturedStdout();
   NativeSetLogLevel(0);
+  // Multi-instance mode without a third slot: no clock, nothing happens.
+  korvid::Record().instanceCount = 2;
+  EXPECT_EQ(NativeUpdateSubtitle(buffer), 0);
+  EXPECT_FALSE(NativeCheckSpuContent());
+  korvid::Record().instanceCount = 1;
   const std::string prefix = "Korvid Native Windows Log : method : ";
   EXPECT_EQ(log, prefix + "NativeGetCaptionEncodingType (L 2089) \n" +
                      prefix + "KORVIDUnity_GetCaptionStreamID (L 2126) \n" +
                      prefix + "KORVIDUnity_GetCaptionStreamID (L 2126) \n" +
                      prefix + "KORVIDUnity_GetCaptionStreamCount (L 2120) \n" +
                      prefix + "KORVIDUnity_SetCaptionStream (L 2113) \n" +
-                     prefix + "NativeUpdateSubtitle (L 806) \n" +
+                     prefix + "NativeUpdateSubtitle (L 806) \n" + prefix + "NativeUpdateSubtitle (L 806) \n" +
                      prefix + "NativeCheckSpuContent (L 767) \n" +
                      prefix + "NativeSetActiveSpuContent (L 783) \n" +
                      prefix + "NativeOpenSubtitleURI (L 1221) \n");
