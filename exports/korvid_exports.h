@@ -139,19 +139,50 @@ KORVID_EXPORT bool NativeIsLive();
 
 // --- subtitles -----------------------------------------------------------------------------
 
-// Accepts an HLS master playlist (".m3u8") or a SubRip file (".srt").
+// Side subtitles are drawn by the host from text this library copies into a
+// buffer of the host's; the engine does not render them. One source at a time,
+// for the main player. Host thread only; these calls must not overlap.
+
+// Records `uri` and takes it by its extension (case-sensitive, the text after
+// the last "."): "m3u8" is an HLS master playlist whose WebVTT subtitle
+// renditions become the caption streams (the playlist is downloaded now, on
+// the calling thread); "srt" is one SubRip file, path or http(s) URL, not
+// touched until the first update. Anything else: false, and the earlier
+// source stays. True when there is at least one track. Loaded cues stay until
+// NativeInit or a caption-stream change.
 KORVID_EXPORT bool NativeOpenSubtitleURI(const char* uri);
-// Copies the text of the cue due now into `buffer` (property 901 bytes) and
-// returns its length, unterminated; see the subtitle notes in the README for
-// the other results (-1, -255, 0 and the previous length). A malformed SubRip
-// timestamp leaves as std::invalid_argument("invalid stoi argument") or
-// std::out_of_range("stoi argument out of range").
+// Call once per frame. Reads the main player's clock (slot 2's in
+// multi-instance mode) and, when a cue covers it, copies the start of its text
+// into `buffer` (at most property 901 bytes, 10000 by default), unterminated,
+// and returns the byte count; the host uses the result as the length. May
+// block to download a media playlist or a subtitle file. Other results:
+//   the previous copy's count: the buffer was just zeroed (the cursor moved
+//     between cues or back to the start of a file), or nothing is due;
+//   0: a file was just loaded, or updates have ended, or no player exists yet;
+//   -1: the source has no track; -255: a file held no cue. After either, every
+//     call returns 0 until NativeInit.
+// The last cue of a file with two or more cues is never shown. A malformed
+// SubRip timestamp leaves as std::invalid_argument("invalid stoi argument") or
+// std::out_of_range("stoi argument out of range"), a timing line with no line
+// break after it as std::out_of_range("invalid string position").
 KORVID_EXPORT int32_t NativeUpdateSubtitle(char* buffer);
+// The engine's embedded subtitle tracks of the main player (none of these act
+// in multi-instance mode). True when the media has at least one; remembers
+// their list for the next NativeSetActiveSpuContent(true).
 KORVID_EXPORT bool NativeCheckSpuContent();
+// false: no embedded subtitle. true: the remembered track with the smallest
+// positive id; call NativeCheckSpuContent before each enabling call.
 KORVID_EXPORT void NativeSetActiveSpuContent(bool enable);
+// Always 3.
 KORVID_EXPORT int32_t NativeGetCaptionEncodingType();
+// Chooses the caption stream (position among the side-subtitle tracks; not
+// checked). It shows only if chosen before the first update after opening the
+// source, or while a change of file is due; otherwise updates return the
+// previous count until NativeInit.
 KORVID_EXPORT void KORVIDUnity_SetCaptionStream(int32_t index);
+// Side-subtitle tracks known so far: 0 until the first update after opening.
 KORVID_EXPORT int32_t KORVIDUnity_GetCaptionStreamCount();
+// A caption stream's id is its position: returns `index`.
 KORVID_EXPORT int32_t KORVIDUnity_GetCaptionStreamID(int32_t index);
 
 // --- audio tracks --------------------------------------------------------------------------
