@@ -118,15 +118,23 @@ KORVID_EXPORT void NativeSetMultiStream(int32_t count);
 KORVID_EXPORT void NativeSetMultiPaths(const char* path);
 KORVID_EXPORT void NativeSetMultiProperty();
 KORVID_EXPORT void NativeSetMultiHTTPHeader(int32_t ignored, const char* ignoredText);
-// Opens `uri` in slot `index` (0 to 3) and starts it; returns at once.
+// Opens `uri` in slot `index` (0 to 3) and starts it; returns at once, after
+// the live check (which may fetch a manifest). A `uri` whose first four
+// characters are "http" is a network location; anything else is a local path.
+// A slot started again drops its previous media. An index outside 0 to 3 or
+// the slots made at start-up is ignored; a refused start sets state 1.
 KORVID_EXPORT void NativeStartChosenPlayer(int32_t index, const char* uri);
-// Chooses the slot the player exports act on.
+// Chooses the slot the player exports act on (not checked: an index without a
+// player makes them do nothing).
 KORVID_EXPORT void NativeControlInstance(int32_t index);
-// Rewinds the slot (and pauses it unless auto-play is on): 0. An index without
-// a player answers the number of slots.
+// Rewinds the slot and toggles its pause unless auto-play is on: 0. An index
+// without a player answers the number of slots (so 4 for index 7 of four).
 KORVID_EXPORT int32_t NativeMultiInstanceStop(int32_t index);
+// The slot's time and length in ms; a live slot's length plus 1000. 0 for an
+// index without a player.
 KORVID_EXPORT int32_t NativeMultiInstanceGetCurrentTime(int32_t index);
 KORVID_EXPORT int32_t NativeMultiInstanceGetTotalTime(int32_t index);
+// The slot's live verdict, taken when it was started; false without a slot.
 KORVID_EXPORT bool NativeMultiInstanceIsLive(int32_t index);
 
 // --- network -------------------------------------------------------------------------------
@@ -187,10 +195,17 @@ KORVID_EXPORT int32_t KORVIDUnity_GetCaptionStreamID(int32_t index);
 
 // --- audio tracks --------------------------------------------------------------------------
 
+// These act on the main player. Track ids are the engine's, not positions;
+// the engine lists a "disable" entry (id -1) beside the media's tracks.
+
+// The number of entries the engine lists; 0 in multi-instance mode or before start-up.
 KORVID_EXPORT int32_t KORVIDUnity_GetAudioStreamCount();
+// The id of the track playing; -1 for none (no audio, or no main player).
 KORVID_EXPORT int32_t KORVIDUnity_GetCurrentAudioStreamID();
-// Switches to the engine track `trackId` and blocks until the engine leaves
-// the track recorded at the first switch; returns `trackId`.
+// Switches to the engine track `trackId` and blocks the calling thread until
+// the engine leaves the track recorded at the first switch after start-up;
+// returns `trackId`. The wait has no time limit: asking for the recorded track
+// itself never returns while it plays. Without a main player: returns at once.
 KORVID_EXPORT int32_t KORVIDUnity_SetAudioStream(int32_t trackId);
 
 // --- timed metadata ---------------------------------------------------------------------------
