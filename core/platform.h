@@ -15,11 +15,27 @@
 #define KORVID_EXPORT extern "C" __attribute__((visibility("default")))
 #endif
 
+// x86-64 vector code: compiled for the SSSE3 target whatever the baseline, and
+// used only after a run-time check of the CPU.
+#if defined(__x86_64__) || defined(_M_X64)
+#define KORVID_HAVE_X86_VECTORS 1
+#else
+#define KORVID_HAVE_X86_VECTORS 0
+#endif
+#if KORVID_HAVE_X86_VECTORS && (defined(__GNUC__) || defined(__clang__))
+#define KORVID_TARGET_SSSE3 __attribute__((target("ssse3")))
+#else
+#define KORVID_TARGET_SSSE3
+#endif
+
 namespace korvid::platform {
 
 inline constexpr bool kIsWindows = KORVID_PLATFORM_WINDOWS != 0;
 
 // The separator a local path is written with before it reaches the engine.
 inline constexpr char kPathSeparator = kIsWindows ? '\\' : '/';
+
+// True when the CPU runs SSSE3 instructions (false off x86-64).
+bool CpuHasSsse3();
 
 }  // namespace korvid::platform

@@ -11,8 +11,22 @@ SlotTables::Entry* SlotTables::entry(int32_t index) const {
   return entries_[static_cast<std::size_t>(index)].get();
 }
 
+void SlotTables::releasePlayersFrom(std::size_t first) {
+  std::vector<libvlc_media_player_t*> players;
+  {
+    const std::lock_guard lock(mutex_);
+    for (std::size_t i = first; i < entries_.size(); ++i) players.push_back(entries_[i]->player.release());
+  }
+  // Each release joins that player's video thread, whose lock callback still
+  // finds its texture and copy in the tables.
+  for (libvlc_media_player_t* player : players) {
+    if (player != nullptr) libvlc_media_player_release(player);
+  }
+}
+
 void SlotTables::resize(int32_t count) {
   const std::size_t target = count > 0 ? static_cast<std::size_t>(count) : 0;
+  releasePlayersFrom(target);
   std::vector<std::unique_ptr<Entry>> dropped;
   {
     const std::lock_guard lock(mutex_);
@@ -135,6 +149,7 @@ std::vector<std::string> SlotTables::paths() const {
 }
 
 void SlotTables::clear() {
+  releasePlayersFrom(0);
   std::vector<std::unique_ptr<Entry>> entries;
   std::vector<std::unique_ptr<video::FrameCopy>> copies;
   {
@@ -143,8 +158,7 @@ void SlotTables::clear() {
     copies.swap(frameCopies_);
     paths_.clear();
   }
-  // Players first (each entry releases its player before its texture), then
-  // the copies their callbacks wrote into.
+  // No player is left to draw into the textures and copies released here.
   entries.clear();
   copies.clear();
 }

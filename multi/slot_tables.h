@@ -71,6 +71,9 @@ class SlotTables {
   };
 
   Entry* entry(int32_t index) const;
+  // Releases the players of the slots from `first` on, leaving the rest of
+  // their entries in place.
+  void releasePlayersFrom(std::size_t first);
 
   mutable std::mutex mutex_;
   std::vector<std::unique_ptr<Entry>> entries_;

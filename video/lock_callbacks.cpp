@@ -2,6 +2,10 @@
 
 #include <SDL.h>
 
+#include <vector>
+
+#include "core/no_destructor.h"
+
 #include "core/log.h"
 #include "core/log_lines.h"
 #include "multi/slot_tables.h"
@@ -12,6 +16,13 @@
 namespace korvid::video {
 namespace {
 
+// Where a picture goes when a player has neither texture nor copy (a slot
+// being torn down): the engine must always get memory to draw into.
+uint8_t* Scratch() {
+  static NoDestructor<std::vector<uint8_t>> scratch(kFrameBytes);
+  return scratch->data();
+}
+
 // Runs on the engine's video thread: no allocation, no exception, no wait on
 // anything but the copy's own mutex.
 void* LockInto(const char* method, int line, SDL_Texture* texture, FrameCopy* copy, void** planes) {
@@ -20,10 +31,10 @@ void* LockInto(const char* method, int line, SDL_Texture* texture, FrameCopy* co
   if (texture == nullptr || SDL_LockTexture(texture, nullptr, planes, &pitch) != 0 || planes[0] == nullptr) {
     // No texture memory: the engine draws into the copy's spare half instead,
     // which keeps the one-behind copy going and never leaves it a stray pointer.
-    planes[0] = copy != nullptr ? copy->spareHalf() : nullptr;
+    planes[0] = copy != nullptr ? copy->spareHalf() : Scratch();
     texture = nullptr;
   }
-  if (copy != nullptr && planes[0] != nullptr) copy->storeFrom(static_cast<const uint8_t*>(planes[0]));
+  if (copy != nullptr) copy->storeFrom(static_cast<const uint8_t*>(planes[0]));
   if (texture != nullptr) SDL_UnlockTexture(texture);
   return nullptr;
 }

@@ -1,13 +1,31 @@
 #include "video/pixel_reorder.h"
 
-#if defined(__SSE2__) || defined(_M_X64)
-#include <emmintrin.h>
-#define KORVID_HAVE_SSE2 1
-#else
-#define KORVID_HAVE_SSE2 0
+#include "core/platform.h"
+
+#if KORVID_HAVE_X86_VECTORS
+#include <tmmintrin.h>
 #endif
 
 namespace korvid::video {
+namespace {
+
+#if KORVID_HAVE_X86_VECTORS
+// One byte shuffle per four pixels: as fast as a plain copy of the frame.
+KORVID_TARGET_SSSE3 std::size_t ReorderSsse3(const uint8_t* source, uint8_t* target, std::size_t bytes) {
+  const __m128i order = _mm_setr_epi8(2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15);
+  std::size_t done = 0;
+  for (; done + 64 <= bytes; done += 64) {
+    for (int lane = 0; lane < 4; ++lane) {
+      const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + done) + lane);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(target + done) + lane, _mm_shuffle_epi8(pixels, order));
+    }
+  }
+  return done;
+}
+#endif
+
+}  // namespace
+
 void ReorderPixelsScalar(const uint8_t* source, uint8_t* target, std::size_t bytes) {
   for (std::size_t i = 0; i < bytes; i += 8) {
     target[i + 0] = source[i + 2];
@@ -23,22 +41,9 @@ void ReorderPixelsScalar(const uint8_t* source, uint8_t* target, std::size_t byt
 
 void ReorderPixels(const uint8_t* source, uint8_t* target, std::size_t bytes) {
   std::size_t done = 0;
-#if KORVID_HAVE_SSE2
-  // Four 128-bit lanes a step; each 32-bit pixel keeps green and padding and
-  // trades its low and third bytes.
-  const __m128i keep = _mm_set1_epi32(static_cast<int>(0xFF00FF00u));
-  const __m128i low = _mm_set1_epi32(0x000000FF);
-  for (; done + 64 <= bytes; done += 64) {
-    for (int lane = 0; lane < 4; ++lane) {
-      const auto* in = reinterpret_cast<const __m128i*>(source + done) + lane;
-      auto* out = reinterpret_cast<__m128i*>(target + done) + lane;
-      const __m128i v = _mm_loadu_si128(in);
-      const __m128i swapped = _mm_or_si128(
-          _mm_and_si128(v, keep),
-          _mm_or_si128(_mm_slli_epi32(_mm_and_si128(v, low), 16), _mm_and_si128(_mm_srli_epi32(v, 16), low)));
-      _mm_storeu_si128(out, swapped);
-    }
-  }
+#if KORVID_HAVE_X86_VECTORS
+  static const bool vectors = platform::CpuHasSsse3();
+  if (vectors) done = ReorderSsse3(source, target, bytes);
 #endif
   ReorderPixelsScalar(source + done, target + done, bytes - done);
 }

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -26,6 +27,25 @@ TEST(PixelReorder, VectorPathMatchesPortablePath) {
     ReorderPixels(source.data(), fast.data(), bytes);
     ReorderPixelsScalar(source.data(), portable.data(), bytes);
     EXPECT_EQ(fast, portable) << bytes;
+  }
+}
+
+}  // namespace
+}  // namespace korvid::video
+
+namespace korvid::video {
+namespace {
+
+// Host buffers need not be 16-byte aligned: every offset gives the same bytes.
+TEST(PixelReorder, AnyTargetAlignmentGivesTheSameBytes) {
+  std::vector<uint8_t> source(4096);
+  for (std::size_t i = 0; i < source.size(); ++i) source[i] = static_cast<uint8_t>(i * 7);
+  std::vector<uint8_t> expected(source.size());
+  ReorderPixelsScalar(source.data(), expected.data(), source.size());
+  std::vector<uint8_t> storage(source.size() + 32);
+  for (std::size_t offset = 0; offset < 16; offset += 4) {
+    ReorderPixels(source.data(), storage.data() + offset, source.size());
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), storage.begin() + static_cast<long>(offset))) << offset;
   }
 }
 
