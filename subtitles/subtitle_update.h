@@ -22,7 +22,8 @@ inline constexpr int32_t kNoCues = -255;          // a loaded file held no cue
 //  - inside it: copies min(text length, property 901) bytes, unterminated,
 //    and returns that count.
 // The other results are the previous copy's count, 0 (just loaded; subtitles
-// finished; no player or no buffer) and kNoSubtitleTracks / kNoCues, after
+// finished; no player or no buffer; a load is due but the selected track or
+// file index is outside the lists) and kNoSubtitleTracks / kNoCues, after
 // which every call returns 0 until start-up. SubRip conversion errors leave as
 // exceptions (see ParseSrtCues).
 int32_t UpdateSubtitle(char* buffer);

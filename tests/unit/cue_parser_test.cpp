@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "subtitles/cue_parser.h"
-#include "subtitles/number_fields.h"
 
 namespace {
 
@@ -118,6 +117,9 @@ TEST(CueParser, SubRipConversionErrors) {
             "invalid stoi argument");
   EXPECT_EQ(MessageOf<OutOfRange>([] { Srt("00:00:01,2147483648 --> 00:00:02,000\nx\n"); }),
             "stoi argument out of range");
+  EXPECT_EQ(MessageOf<Invalid>([] { Srt("00:00:01,- 1 --> 00:00:02,000\nx\n"); }), "invalid stoi argument");
+  // Leading white space and a sign are part of the number, as in the C library.
+  EXPECT_EQ(Srt("00:00: +1,-2147483648 --> 0\nx\n")[0].startMs, 1000 - 2147483648.0);
   // The WebVTT parser reads the same fields as 0 or saturates, without a throw.
   EXPECT_EQ(Vtt("00::01.000 --> ab:00:02.\nx\n"), (std::vector<Cue>{{1000, 2000, "x\n"}}));
   EXPECT_EQ(Vtt("00:00:00.99999999999 --> 0\nx\n")[0].startMs, 2147483647);
@@ -143,20 +145,6 @@ TEST(CueParser, LongListsBuildAndDropInConstantStack) {
   for (const SubtitleCue* c = head.get(); c != nullptr; c = c->next.get()) ++count;
   EXPECT_EQ(count, kCues);
   head.reset();  // a recursive destructor would overflow the stack here
-}
-
-TEST(NumberFields, LeadingIntegerConversions) {
-  using korvid::subtitles::StrictFieldToInt;
-  using korvid::subtitles::TolerantFieldToInt;
-  EXPECT_EQ(StrictFieldToInt(" \t+12x"), 12);
-  EXPECT_EQ(StrictFieldToInt("-2147483648"), -2147483647 - 1);
-  EXPECT_EQ(StrictFieldToInt("000000000000002147483647"), 2147483647);
-  EXPECT_THROW(StrictFieldToInt("-2147483649"), std::out_of_range);
-  EXPECT_THROW(StrictFieldToInt("- 1"), std::invalid_argument);
-  EXPECT_THROW(StrictFieldToInt(""), std::invalid_argument);
-  EXPECT_EQ(TolerantFieldToInt("x1"), 0);
-  EXPECT_EQ(TolerantFieldToInt("-99999999999999999999"), -2147483647 - 1);
-  EXPECT_EQ(TolerantFieldToInt("42 "), 42);
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 
 namespace {
 
-using korvid::subtitles::DirectoryPart;
 using korvid::subtitles::ScanMasterPlaylist;
 using korvid::subtitles::ScanMediaPlaylistSegments;
 using korvid::subtitles::TrackList;
@@ -74,12 +73,6 @@ TEST(MediaPlaylistScan, MarkerChoice) {
             (Names{"# made from in.vtt"}));
   EXPECT_TRUE(ScanMediaPlaylistSegments("#EXTM3U\nseg1.ts\nseg2.srt\n").empty());
   EXPECT_TRUE(ScanMediaPlaylistSegments("").empty());
-}
-
-TEST(MediaPlaylistScan, DirectoryPart) {
-  EXPECT_EQ(DirectoryPart("http://127.0.0.1:80/hls/master.m3u8"), "http://127.0.0.1:80/hls/");
-  EXPECT_EQ(DirectoryPart("http://h/dir/"), "http://h/dir/");
-  EXPECT_EQ(DirectoryPart("master.m3u8"), "master.m3u8");
 }
 
 }  // namespace
