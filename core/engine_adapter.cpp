@@ -106,12 +106,7 @@ void StopAsync(libvlc_media_player_t* player) {
 #if LIBVLC_VERSION_MAJOR >= 4
   libvlc_media_player_stop_async(player);
 #else
-  // The synchronous stop runs on the worker; the task keeps the player alive.
-  libvlc_media_player_retain(player);
-  RunOffEventThread([player] {
-    libvlc_media_player_stop(player);
-    libvlc_media_player_release(player);
-  });
+  RunOffEventThread(player, [](libvlc_media_player_t* p) { libvlc_media_player_stop(p); });
 #endif
 }
 
@@ -138,6 +133,15 @@ int SetPosition(libvlc_media_player_t* player, double position, bool fast) {
 }
 
 void RunOffEventThread(std::function<void()> task) { TheWorker().post(std::move(task)); }
+
+void RunOffEventThread(libvlc_media_player_t* player, std::function<void(libvlc_media_player_t*)> call) {
+  if (player == nullptr) return;
+  libvlc_media_player_retain(player);
+  TheWorker().post([player, call = std::move(call)] {
+    call(player);
+    libvlc_media_player_release(player);
+  });
+}
 
 void DrainWorker() { TheWorker().drain(); }
 

@@ -40,6 +40,10 @@ int SetPosition(libvlc_media_player_t* player, double position, bool fast);
 // Runs `task` on the worker thread after every task posted before it.
 void RunOffEventThread(std::function<void()> task);
 
+// Runs `call` with `player` on the worker thread, keeping the player alive
+// until the call is done. Does nothing for a null player.
+void RunOffEventThread(libvlc_media_player_t* player, std::function<void(libvlc_media_player_t*)> call);
+
 // Waits until every task posted so far has run. Called before a player is
 // released or replaced. Does nothing on the worker thread itself.
 void DrainWorker();

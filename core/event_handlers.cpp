@@ -2,12 +2,11 @@
 
 #include <cstdint>
 
-#include "core/engine_adapter.h"
 #include "core/event_queue.h"
 #include "core/log.h"
 #include "core/log_lines.h"
 #include "core/player_record.h"
-#include "exports/korvid_exports.h"
+#include "core/playback_control.h"
 #include "multi/slot_tables.h"
 
 namespace korvid {
@@ -86,13 +85,10 @@ void OnPlaying(const libvlc_event_t*, void*) {
     PlayerRecord& r = Record();
     const int32_t pending = r.pendingSeekMs;
     if (pending >= 0) {
-      // Start, jump, pause there. The engine must not be seeked from its own
-      // event thread, so the worker does it, in order.
-      engine::RunOffEventThread([pending] {
-        NativeSeek(pending);
-        Record().pendingSeekMs = -1;
-        NativePause();
-      });
+      // A seek asked for while the player was not playing: jump there now and
+      // pause. The flags change here, before any later report; the engine
+      // calls themselves go to the worker (a seek from this thread deadlocks).
+      SeekThenPauseFromEventThread(pending);
       return;
     }
     if (!r.bufferingComplete && !r.isPaused) return;  // the buffering handler reports the first play

@@ -2,10 +2,34 @@
 
 #include "core/engine_adapter.h"
 #include "core/event_queue.h"
+#include "core/log.h"
+#include "core/log_lines.h"
 #include "core/player_record.h"
 #include "multi/slot_tables.h"
 
 namespace korvid {
+namespace {
+
+// Makes one engine call on the thread `calls` names. On the worker the result
+// is not known to the caller, who gets 0.
+int Call(EngineCalls calls, libvlc_media_player_t* player, int (*call)(libvlc_media_player_t*)) {
+  if (player == nullptr) return -1;
+  if (calls == EngineCalls::kOnCaller) return call(player);
+  engine::RunOffEventThread(player, [call](libvlc_media_player_t* p) { call(p); });
+  return 0;
+}
+
+int PlayCall(libvlc_media_player_t* player) { return libvlc_media_player_play(player); }
+int PauseToggleCall(libvlc_media_player_t* player) {
+  libvlc_media_player_pause(player);
+  return 0;
+}
+int PauseOnCall(libvlc_media_player_t* player) {
+  libvlc_media_player_set_pause(player, 1);
+  return 0;
+}
+
+}  // namespace
 
 int32_t StartPlayBack() {
   PlayerRecord& r = Record();
@@ -27,7 +51,7 @@ int32_t StartPlayBack() {
   return 0;
 }
 
-int32_t Pause() {
+int32_t Pause(EngineCalls calls) {
   PlayerRecord& r = Record();
   if (r.isLive) {
     // A live stream cannot hold still: it is stopped, and the stopped handler
@@ -39,11 +63,11 @@ int32_t Pause() {
     return 0;
   }
   if (MultiInstanceMode()) {
-    if (libvlc_media_player_t* player = CurrentPlayer()) libvlc_media_player_set_pause(player, 1);
+    Call(calls, CurrentPlayer(), &PauseOnCall);
     r.isPaused = true;
     return 0;
   }
-  if (libvlc_media_player_t* main = r.mainPlayer.get()) libvlc_media_player_pause(main);  // toggles
+  Call(calls, r.mainPlayer.get(), &PauseToggleCall);  // a paused player resumes
   r.isPaused = true;
   return 0;
 }
@@ -69,18 +93,28 @@ int32_t Stop() {
   return 0;
 }
 
-int32_t Seek(int32_t positionMs) {
+int32_t Seek(int32_t positionMs, EngineCalls calls) {
   PlayerRecord& r = Record();
   libvlc_media_player_t* player = CurrentPlayer();
   if (player == nullptr || libvlc_media_player_is_seekable(player) == 0) return kNotSeekable;
   if (libvlc_media_player_is_playing(player) != 0) {
     r.seekInProgress = true;
     r.pendingSeekMs = -1;
-    return engine::SetTime(player, positionMs, false);
+    if (calls == EngineCalls::kOnCaller) return engine::SetTime(player, positionMs, false);
+    engine::RunOffEventThread(player, [positionMs](libvlc_media_player_t* p) { engine::SetTime(p, positionMs, false); });
+    return 0;
   }
   // Not playing: start it; the playing handler jumps there and pauses.
   r.pendingSeekMs = positionMs;
-  return libvlc_media_player_play(player);
+  return Call(calls, player, &PlayCall);
+}
+
+void SeekThenPauseFromEventThread(int32_t positionMs) {
+  LogMethod("NativeSeek", log_line::kNativeSeek);
+  Seek(positionMs, EngineCalls::kOnWorker);
+  Record().pendingSeekMs = -1;
+  LogMethod("NativePause", log_line::kNativePause);
+  Pause(EngineCalls::kOnWorker);
 }
 
 void Close() {

@@ -27,5 +27,7 @@ export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 ASAN_OPTIONS=detect_leaks=1 ctest --test-dir build-asan --output-on-failure -L unit -j"$jobs"
 # The real engine: memory errors and undefined behaviour. Leak checking is off
 # here: the engine unloads its plug-ins before exit, so what they keep cannot
-# be told apart from ours; the soak test measures our growth instead.
-ASAN_OPTIONS=detect_leaks=0 ctest --test-dir build-asan --output-on-failure -L engine -j1
+# be told apart from ours; the soak test measures our growth instead. The
+# engine's adaptive-streaming plug-in frees with free() what it made with new,
+# so that one check is off too.
+ASAN_OPTIONS=detect_leaks=0:alloc_dealloc_mismatch=0 ctest --test-dir build-asan --output-on-failure -L engine -j1
