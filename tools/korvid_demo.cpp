@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string.h>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,8 +19,12 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t kFrameBytes = 8294400;
 constexpr auto kTick = std::chrono::milliseconds(40);  // a 25 Hz host loop
 
+constexpr int kMaxSlots = 4;
+
 struct Options {
   std::string location;
+  std::string subtitles;
+  std::vector<std::string> slots;
   bool autoPlay = true;
   int seekMs = -1;
   double seconds = 6.0;
@@ -55,8 +60,9 @@ const char* StateName(int32_t state) {
 
 void Usage() {
   std::puts(
-      "usage: korvid_demo --location PATH_OR_URL [--no-autoplay] [--seek MS] [--seconds S]\n"
-      "                   [--tiles N] [--sheet FILE.png]");
+      "usage: korvid_demo --location PATH_OR_URL [--subtitles FILE.srt|MASTER.m3u8] [--no-autoplay]\n"
+      "                   [--seek MS] [--seconds S] [--tiles N] [--sheet FILE.png]\n"
+      "       korvid_demo --multi PATH_OR_URL [--multi ...] (up to four, side by side) [--seconds S]");
 }
 
 bool Parse(int argc, char** argv, Options& options) {
@@ -65,6 +71,10 @@ bool Parse(int argc, char** argv, Options& options) {
     const bool hasValue = i + 1 < argc;
     if (arg == "--location" && hasValue) {
       options.location = argv[++i];
+    } else if (arg == "--subtitles" && hasValue) {
+      options.subtitles = argv[++i];
+    } else if (arg == "--multi" && hasValue && options.slots.size() < kMaxSlots) {
+      options.slots.push_back(argv[++i]);
     } else if (arg == "--no-autoplay") {
       options.autoPlay = false;
     } else if (arg == "--seek" && hasValue) {
@@ -79,7 +89,7 @@ bool Parse(int argc, char** argv, Options& options) {
       return false;
     }
   }
-  return !options.location.empty();
+  return !options.location.empty() || !options.slots.empty();
 }
 
 // Prints and pops every queued event, as a host does once per frame.
@@ -92,6 +102,66 @@ void PumpEvents(double elapsed) {
   }
 }
 
+// Prints the cue due now when it changes. The library returns the length of
+// the text it copied (not terminated), or the previous length after clearing
+// the buffer between cues.
+class SubtitlePrinter {
+ public:
+  void update(double elapsed) {
+    const int32_t length = NativeUpdateSubtitle(buffer_.data());
+    if (length <= 0) return;
+    const std::string text(buffer_.data(), strnlen(buffer_.data(), static_cast<std::size_t>(length)));
+    if (text == shown_) return;
+    shown_ = text;
+    if (!text.empty()) std::printf("%6.2fs  subtitle at %6d ms: \"%s\"\n", elapsed, NativeGetCurrentTime(), Oneline(text).c_str());
+  }
+
+ private:
+  static std::string Oneline(std::string text) {
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
+    for (char& c : text) {
+      if (c == '\n') c = '|';
+      if (c == '\r') c = ' ';
+    }
+    return text;
+  }
+
+  std::vector<char> buffer_ = std::vector<char>(10000, 0);
+  std::string shown_;
+};
+
+// Up to four slots playing side by side; one row of the sheet per sampling time.
+int RunSlots(const Options& options) {
+  const int count = static_cast<int>(options.slots.size());
+  NativeSetMultiStream(count < 2 ? 2 : count);
+  if (NativeInit(0) != 0) return 1;
+  NativeSetAutoPlay(true);
+  for (int i = 0; i < count; ++i) {
+    std::printf("slot %d: %s\n", i, options.slots[static_cast<std::size_t>(i)].c_str());
+    NativeStartChosenPlayer(i, options.slots[static_cast<std::size_t>(i)].c_str());
+  }
+  const auto start = Clock::now();
+  const auto elapsed = [&] { return std::chrono::duration<double>(Clock::now() - start).count(); };
+  std::vector<uint8_t> frame(kFrameBytes);
+  korvid::demo::ContactSheet sheet(count, 320);
+  const int rows = 3;
+  for (int row = 0; row < rows; ++row) {
+    while (elapsed() < options.seconds * (row + 0.5) / rows) std::this_thread::sleep_for(kTick);
+    for (int i = 0; i < count; ++i) {
+      NativeControlInstance(i);
+      NativeGetMultipleRawData(frame.data(), i);
+      sheet.add(frame);
+      std::printf("%6.2fs  slot %d  time %6d ms  duration %6d ms  state %s%s\n", elapsed(), i,
+                  NativeMultiInstanceGetCurrentTime(i), NativeMultiInstanceGetTotalTime(i),
+                  StateName(NativeGetPlayerState()), NativeMultiInstanceIsLive(i) ? "  live" : "");
+    }
+  }
+  NativeShutdown();
+  if (!sheet.writePng(options.sheet)) return 1;
+  std::printf("contact sheet: %s (%d slots x %d times)\n", options.sheet.c_str(), count, rows);
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -100,6 +170,7 @@ int main(int argc, char** argv) {
     Usage();
     return 2;
   }
+  if (!options.slots.empty()) return RunSlots(options);
 
   if (NativeInit(0) != 0) return 1;
   NativeSetAutoPlay(options.autoPlay);
@@ -113,6 +184,13 @@ int main(int argc, char** argv) {
     return 1;
   }
 
+  SubtitlePrinter subtitles;
+  const bool withSubtitles = !options.subtitles.empty();
+  if (withSubtitles) {
+    std::printf("subtitles %s -> %s\n", options.subtitles.c_str(),
+                NativeOpenSubtitleURI(options.subtitles.c_str()) ? "accepted" : "not accepted");
+  }
+
   std::vector<uint8_t> frame(kFrameBytes);
   korvid::demo::ContactSheet sheet(3, 400);
   const double tileEvery = options.seconds / options.tiles;
@@ -123,6 +201,7 @@ int main(int argc, char** argv) {
       std::printf("%6.2fs  NativeSeek(%d) -> %d\n", elapsed(), options.seekMs, NativeSeek(options.seekMs));
       seekDone = true;
     }
+    if (withSubtitles) subtitles.update(elapsed());
     NativeGetRawData(frame.data());
     if (sheet.tiles() < static_cast<std::size_t>(options.tiles) && elapsed() >= tileEvery * (sheet.tiles() + 0.5)) {
       sheet.add(frame);
