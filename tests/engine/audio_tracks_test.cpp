@@ -90,6 +90,12 @@ TEST_F(AudioTracks, SwitchReturnsOnceTheEngineReportsTheOtherTrack) {
   EXPECT_EQ(KORVIDUnity_SetAudioStream(-1), -1);
   EXPECT_EQ(KORVIDUnity_GetCurrentAudioStreamID(), -1);
   EXPECT_EQ(tracks::InitialTrack(), first);
+
+  // A new start-up forgets both.
+  NativeShutdown();
+  ASSERT_EQ(NativeInit(0), 0);
+  EXPECT_EQ(tracks::InitialTrack(), tracks::kNoInitialTrack);
+  EXPECT_TRUE(tracks::CachedTracks().empty());
 }
 
 TEST_F(AudioTracks, MediaWithoutAudioSwitchesAtOnce) {
@@ -99,17 +105,6 @@ TEST_F(AudioTracks, MediaWithoutAudioSwitchesAtOnce) {
   // The recorded track is -1, so the check succeeds at its first run.
   EXPECT_EQ(KORVIDUnity_SetAudioStream(7), 7);
   EXPECT_EQ(tracks::InitialTrack(), -1);
-}
-
-TEST_F(AudioTracks, StartUpForgetsTheRecordedTrack) {
-  OpenTwoTrackClip();
-  const int32_t first = KORVIDUnity_GetCurrentAudioStreamID();
-  KORVIDUnity_SetAudioStream(-1);
-  EXPECT_EQ(tracks::InitialTrack(), first);
-  NativeShutdown();
-  ASSERT_EQ(NativeInit(0), 0);
-  EXPECT_EQ(tracks::InitialTrack(), tracks::kNoInitialTrack);
-  EXPECT_TRUE(tracks::CachedTracks().empty());
 }
 
 TEST(AudioTracksMultiInstance, CountIsZeroWhileTheCurrentIdStillReadsTheMainPlayer) {
