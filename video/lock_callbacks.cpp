@@ -17,7 +17,8 @@ namespace korvid::video {
 namespace {
 
 // Where a picture goes when a player has neither texture nor copy (a slot
-// being torn down): the engine must always get memory to draw into.
+// being torn down): the engine must always get memory to draw into. Reserved
+// at start-up.
 uint8_t* Scratch() {
   static NoDestructor<std::vector<uint8_t>> scratch(kFrameBytes);
   return scratch->data();
@@ -53,6 +54,8 @@ void* SlotLock(void* /*opaque*/, void** planes) {
 void* MainLockCallback(void* /*opaque*/, void** planes) {
   return LockInto("sdl_lock", log_line::kSdlLock, MainFrameTexture(), &MainFrameCopy(), planes);
 }
+
+void ReserveTeardownScratch() { Scratch(); }
 
 const LockCallback SlotLockCallbacks[kSlotCallbackCount] = {&SlotLock<0>, &SlotLock<1>, &SlotLock<2>, &SlotLock<3>};
 

@@ -18,6 +18,10 @@ inline constexpr int kSlotCallbackCount = 4;
 using LockCallback = void* (*)(void* opaque, void** planes);
 extern const LockCallback SlotLockCallbacks[kSlotCallbackCount];
 
+// Makes, once, the memory a callback hands the engine when its player has
+// neither texture nor copy, so that no callback ever allocates. Start-up calls it.
+void ReserveTeardownScratch();
+
 // Gives `player` the lock callback and the fixed RV32 1920 x 1080 format.
 void AttachFrameOutput(libvlc_media_player_t* player, LockCallback callback);
 
