@@ -13,4 +13,12 @@ struct EasyCleanup {
 };
 using EasyHandle = std::unique_ptr<CURL, EasyCleanup>;
 
+// A new handle with peer verification off, as every fetch of the library sets
+// it; null when libcurl cannot make one.
+inline EasyHandle OpenUnverifiedHandle() {
+  EasyHandle handle(curl_easy_init());
+  if (handle) curl_easy_setopt(handle.get(), CURLOPT_SSL_VERIFYPEER, 0L);
+  return handle;
+}
+
 }  // namespace korvid::net

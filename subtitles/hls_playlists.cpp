@@ -26,9 +26,8 @@ SegmentLists ParseSubtitleMediaPlaylists(TrackList tracks, std::string /*subtitl
   SegmentLists lists;
   if (tracks.empty()) return lists;
   // One handle for every rendition, so connections to the same server are reused.
-  const net::EasyHandle curl(curl_easy_init());
+  const net::EasyHandle curl = net::OpenUnverifiedHandle();
   if (!curl) return lists;
-  curl_easy_setopt(curl.get(), CURLOPT_SSL_VERIFYPEER, 0L);
   for (const SubtitleTrackInfo& track : tracks) {
     std::string body;
     curl_easy_setopt(curl.get(), CURLOPT_URL, track.uri.c_str());
@@ -47,9 +46,8 @@ SegmentLists ParseSubtitleMediaPlaylists(TrackList tracks, std::string /*subtitl
 SegmentLists BuildDirectTrackLists(TrackList tracks) {
   SegmentLists lists;
   if (tracks.empty()) return lists;
-  const net::EasyHandle curl(curl_easy_init());
+  const net::EasyHandle curl = net::OpenUnverifiedHandle();
   if (!curl) return lists;
-  curl_easy_setopt(curl.get(), CURLOPT_SSL_VERIFYPEER, 0L);
   for (const SubtitleTrackInfo& track : tracks) {
     // No write function: libcurl's default writer sends the body to standard output.
     curl_easy_setopt(curl.get(), CURLOPT_URL, track.uri.c_str());
