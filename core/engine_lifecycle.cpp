@@ -83,10 +83,10 @@ void ShutdownEngine() {
     if (r.mainEngine) {
       RetireMainPlayer();
       r.mainMedia.reset();
-      tracks::ReleaseOnShutdown();
-      subtitles::ReleaseOnShutdown();
+      tracks::ReleaseOnShutdown();  // the audio track list first, then the subtitle one
     }
     video::DestroyMainPreviewAndQuit();
+    subtitles::ReleaseOnShutdown();
     Events().clear();
     // The engine goes last, once nothing runs on it.
     r.mainEngine.reset();
