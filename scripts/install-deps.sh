@@ -7,6 +7,9 @@ packages=(
   # build
   cmake g++ make pkg-config
   libvlc-dev vlc-plugin-base libsdl2-dev libcurl4-openssl-dev libpng-dev
+  # the engine's plug-in cache generator: its install trigger writes plugins.dat,
+  # without which every engine start-up loads all ~350 plug-ins to read them
+  libvlc-bin
   # tests and benchmarks
   googletest libgtest-dev libbenchmark-dev libmicrohttpd-dev openssl
   ffmpeg nginx libnginx-mod-rtmp
