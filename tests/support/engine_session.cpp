@@ -35,6 +35,20 @@ bool WaitForEvent(int32_t code, std::vector<int32_t>& seen, std::chrono::millise
                    seen, timeout);
 }
 
+bool WaitForQuiet(std::vector<int32_t>& seen, std::chrono::milliseconds quiet, std::chrono::milliseconds timeout) {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  auto lastEvent = std::chrono::steady_clock::now();
+  for (;;) {
+    const std::size_t before = seen.size();
+    DrainEvents(seen);
+    const auto now = std::chrono::steady_clock::now();
+    if (seen.size() != before) lastEvent = now;
+    if (now - lastEvent >= quiet) return true;
+    if (now >= deadline) return false;
+    std::this_thread::sleep_for(10ms);
+  }
+}
+
 bool ContainsInOrder(const std::vector<int32_t>& events, const std::vector<int32_t>& sequence) {
   auto at = events.begin();
   for (const int32_t code : sequence) {

@@ -36,6 +36,11 @@ bool WaitForEvent(int32_t code, std::vector<int32_t>& seen, std::chrono::millise
 bool WaitUntil(const std::function<bool()>& condition, std::vector<int32_t>& seen,
                std::chrono::milliseconds timeout = 10s);
 
+// Pops events into `seen` until none has arrived for `quiet` (the engine has
+// settled) or `timeout` passes. Returns whether it settled.
+bool WaitForQuiet(std::vector<int32_t>& seen, std::chrono::milliseconds quiet = 700ms,
+                  std::chrono::milliseconds timeout = 10s);
+
 // True when `sequence` occurs in `events` in order, not necessarily adjacent.
 bool ContainsInOrder(const std::vector<int32_t>& events, const std::vector<int32_t>& sequence);
 // True when `sequence` occurs in `events` as one adjacent run.
