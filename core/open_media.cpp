@@ -73,8 +73,8 @@ int32_t OpenMainMedia(const char* location) {
   video::PreviewSet fresh = video::MakePreviewWindow();
   fresh.texture = video::MakeFrameTexture(fresh.renderer.get());
   fresh.mutex.reset(SDL_CreateMutex());
-  // The previous set goes once the new media is in place: the player no
-  // longer draws into its texture by then.
+  // The previous set is destroyed when this call returns; no video thread
+  // touches SDL objects, so nothing else is waiting on it.
   const video::PreviewSet retired = video::ReplaceMainPreview(std::move(fresh));
 
   engine::DrainWorker();  // a stop still queued for the previous media runs first

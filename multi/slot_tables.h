@@ -2,7 +2,7 @@
 // engine, texture, frame copy and two flags at one index.
 //
 // The tables are read by the engine's video threads (each slot's lock callback
-// looks up its texture and copy) while the host's thread fills them, so one
+// looks up its frame copy) while the host's thread fills them, so one
 // mutex guards them. Players are always released outside that mutex: a
 // release joins the player's video thread, whose callback may be waiting on it.
 #pragma once
@@ -60,8 +60,8 @@ class SlotTables {
 
  private:
   struct Entry {
-    // Destroyed media first and texture last: the player stops drawing into
-    // the texture before the texture goes.
+    // Destroyed media first and texture last. A slot's player draws into the
+    // slot's frame copy, never into the texture.
     UniqueTexture texture;
     EngineHandle engine;
     PlayerHandle player;

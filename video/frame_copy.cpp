@@ -1,6 +1,6 @@
 #include "video/frame_copy.h"
 
-#include <cstring>
+#include <utility>
 
 #include "core/no_destructor.h"
 #include "video/frame_geometry.h"
@@ -8,22 +8,22 @@
 
 namespace korvid::video {
 
-FrameCopy::FrameCopy() : bytes_(std::make_unique<uint8_t[]>(kFrameCopyBytes)) {}
+FrameCopy::FrameCopy()
+    : bytes_(std::make_unique<uint8_t[]>(kFrameCopyBytes)), shown_(bytes_.get()), drawing_(bytes_.get() + kFrameBytes) {}
 
-void FrameCopy::storeFrom(const uint8_t* pixels) {
+uint8_t* FrameCopy::swapForNextPicture() {
   const std::lock_guard lock(mutex_);
-  std::memcpy(bytes_.get(), pixels, kFrameBytes);
+  std::swap(shown_, drawing_);
+  return drawing_;
 }
 
 void FrameCopy::deliverTo(uint8_t* hostBuffer) const {
   const std::lock_guard lock(mutex_);
-  ReorderPixels(bytes_.get(), hostBuffer, kFrameBytes);
+  ReorderPixels(shown_, hostBuffer, kFrameBytes);
 }
 
-uint8_t* FrameCopy::spareHalf() { return bytes_.get() + kFrameBytes; }
-
 FrameCopy& MainFrameCopy() {
-  // Never destroyed: a video thread may still store into it at process exit.
+  // Never destroyed: a video thread may still draw into it at process exit.
   static NoDestructor<FrameCopy> copy;
   return *copy;
 }

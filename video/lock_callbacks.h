@@ -1,8 +1,11 @@
 // The engine's lock callbacks: each time the engine wants memory for its next
-// picture, the callback copies what the texture memory holds (the picture the
-// engine wrote after the previous lock) into the player's frame copy and hands
-// the texture memory back to the engine. The copy therefore runs one picture
-// behind the engine.
+// picture, the callback makes the picture the engine drew since the previous
+// lock the one the host reads, and hands the engine the other half of the
+// player's frame copy for the next picture. What the host reads therefore runs
+// one picture behind the engine, as it did when the callback copied the
+// texture's previous picture; no picture is copied on the video thread and no
+// SDL call is made there (the textures stay as the SDL objects that the
+// players' frames belong to).
 #pragma once
 
 #include <vlc/vlc.h>
@@ -18,8 +21,8 @@ inline constexpr int kSlotCallbackCount = 4;
 using LockCallback = void* (*)(void* opaque, void** planes);
 extern const LockCallback SlotLockCallbacks[kSlotCallbackCount];
 
-// Makes, once, the memory a callback hands the engine when its player has
-// neither texture nor copy, so that no callback ever allocates. Start-up calls it.
+// Makes, once, the memory a callback hands the engine when its player has no
+// copy, so that no callback ever allocates. Start-up calls it.
 void ReserveTeardownScratch();
 
 // Gives `player` the lock callback and the fixed RV32 1920 x 1080 format.

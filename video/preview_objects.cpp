@@ -8,14 +8,9 @@
 namespace korvid::video {
 namespace {
 
-struct MainPreviewState {
-  PreviewSet set;
-  std::atomic<SDL_Texture*> texture{nullptr};  // published copy of set.texture for the video thread
-};
-
-MainPreviewState& State() {
-  static NoDestructor<MainPreviewState> state;
-  return *state;
+PreviewSet& State() {
+  static NoDestructor<PreviewSet> set;
+  return *set;
 }
 
 }  // namespace
@@ -33,18 +28,12 @@ UniqueTexture MakeFrameTexture(SDL_Renderer* renderer) {
       SDL_CreateTexture(renderer, kTextureFormat, SDL_TEXTUREACCESS_STREAMING, kFrameWidth, kFrameHeight));
 }
 
-PreviewSet& MainPreview() { return State().set; }
+PreviewSet& MainPreview() { return State(); }
 
-SDL_Texture* MainFrameTexture() { return State().texture.load(std::memory_order_acquire); }
-
-PreviewSet ReplaceMainPreview(PreviewSet fresh) {
-  State().texture.store(fresh.texture.get(), std::memory_order_release);
-  return std::exchange(State().set, std::move(fresh));
-}
+PreviewSet ReplaceMainPreview(PreviewSet fresh) { return std::exchange(State(), std::move(fresh)); }
 
 void DestroyMainPreviewAndQuit() {
-  State().texture.store(nullptr, std::memory_order_release);
-  State().set = PreviewSet{};
+  State() = PreviewSet{};
   SDL_Quit();
 }
 

@@ -5,8 +5,6 @@
 
 #include <SDL.h>
 
-#include <atomic>
-
 #include "core/handles.h"
 
 namespace korvid::video {
@@ -24,12 +22,10 @@ PreviewSet MakePreviewWindow();
 // One 1920 x 1080 streaming texture on `renderer`, or null.
 UniqueTexture MakeFrameTexture(SDL_Renderer* renderer);
 
-// The main player's set. Host thread only, except the texture, which the lock
-// callback reads through MainFrameTexture().
+// The main player's set. Host thread only: no video thread touches SDL (the
+// engine draws into the players' frame copies).
 PreviewSet& MainPreview();
-SDL_Texture* MainFrameTexture();
-// Makes `fresh` the main set and hands back the previous one, which the caller
-// destroys once no video thread can draw into its texture.
+// Makes `fresh` the main set and hands back the previous one.
 PreviewSet ReplaceMainPreview(PreviewSet fresh);
 
 // Destroys the main set and shuts SDL down.
