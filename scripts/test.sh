@@ -31,3 +31,6 @@ ASAN_OPTIONS=detect_leaks=1 ctest --test-dir build-asan --output-on-failure -L u
 # engine's adaptive-streaming plug-in frees with free() what it made with new,
 # so that one check is off too.
 ASAN_OPTIONS=detect_leaks=0:alloc_dealloc_mismatch=0 ctest --test-dir build-asan --output-on-failure -L engine -j1
+
+# Soak, ThreadSanitizer and fuzzing.
+bash scripts/test-load.sh
