@@ -75,11 +75,11 @@ ByteRange ParseRange(std::string_view header, std::size_t size) {
   constexpr std::string_view kUnit = "bytes=";
   ByteRange range;
   if (header.substr(0, kUnit.size()) != kUnit) return range;
-  const std::string_view spec = header.substr(kUnit.size());
-  const std::size_t dash = spec.find('-');
-  if (dash == std::string_view::npos || spec.find(',') != std::string_view::npos) return range;
-  const std::string_view from = spec.substr(0, dash);
-  const std::string_view to = spec.substr(dash + 1);
+  const std::string_view rangeSet = header.substr(kUnit.size());
+  const std::size_t dash = rangeSet.find('-');
+  if (dash == std::string_view::npos || rangeSet.find(',') != std::string_view::npos) return range;
+  const std::string_view from = rangeSet.substr(0, dash);
+  const std::string_view to = rangeSet.substr(dash + 1);
   std::size_t first = 0;
   std::size_t last = 0;
   if (from.empty()) {  // the last `to` bytes
