@@ -83,7 +83,8 @@ class BadMedia : public testing::Test {
   }
 
   // Whatever the open gave, the player's exports go on answering within their
-  // documented ranges, and the queue holds only known events.
+  // documented ranges, and the queue holds only known events. (Whether a
+  // failed media can seek is the engine's say: it may still call it seekable.)
   void ExpectExportsAnswer(const std::string& what) {
     SCOPED_TRACE(what);
     EXPECT_EQ(NativeGetRawData(frame_.data()), kFrameBytes);
