@@ -20,7 +20,7 @@ timed() {
 }
 
 echo "== soak (normal build)"
-timed ctest --test-dir build --output-on-failure -L soak -j1
+timed ctest --test-dir build --output-on-failure -L soak -j"$jobs"
 
 echo "== thread sanitizer build"
 build_tsan() {
