@@ -11,6 +11,7 @@
 #include "multi/slot_tables.h"
 #include "subtitles/subtitle_lifecycle.h"
 #include "tracks/audio_lifecycle.h"
+#include "video/frame_copy.h"
 #include "video/lock_callbacks.h"
 #include "video/preview_objects.h"
 
@@ -74,6 +75,7 @@ void RetireMainPlayer() {
 int32_t StartEngine(uint8_t logLevel) {
   ResetRecord(logLevel);
   video::ReserveTeardownScratch();
+  video::MainFrameCopy();
   return MultiInstanceMode() ? StartSlots() : StartSinglePlayer();
 }
 

@@ -9,7 +9,7 @@
 namespace korvid::video {
 
 FrameCopy::FrameCopy()
-    : bytes_(std::make_unique<uint8_t[]>(kFrameCopyBytes)), shown_(bytes_.get()), drawing_(bytes_.get() + kFrameBytes) {}
+    : bytes_(AllocatePictureMemory(kFrameCopyBytes)), shown_(bytes_.get()), drawing_(bytes_.get() + kFrameBytes) {}
 
 uint8_t* FrameCopy::swapForNextPicture() {
   const std::lock_guard lock(mutex_);

@@ -10,8 +10,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <mutex>
+
+#include "video/picture_memory.h"
 
 namespace korvid::video {
 
@@ -30,12 +31,13 @@ class FrameCopy {
 
  private:
   mutable std::mutex mutex_;
-  std::unique_ptr<uint8_t[]> bytes_;
+  PictureMemory bytes_;
   uint8_t* shown_;    // the half the host reads
   uint8_t* drawing_;  // the half the engine draws into
 };
 
 // The main player's copy; exists (zero-filled) from first use to process exit.
+// Engine start makes it, so that the first open does not.
 FrameCopy& MainFrameCopy();
 
 }  // namespace korvid::video

@@ -14,7 +14,7 @@ inline constexpr int kFrameHeight = 1080;
 inline constexpr int kBytesPerPixel = 4;
 inline constexpr int kFramePitch = kFrameWidth * kBytesPerPixel;  // 7680
 inline constexpr std::size_t kFrameBytes = static_cast<std::size_t>(kFramePitch) * kFrameHeight;  // 8,294,400
-// A frame copy is twice a frame; only the first half carries the picture.
+// A frame copy is twice a frame: one picture for the host, one being drawn.
 inline constexpr std::size_t kFrameCopyBytes = 2 * kFrameBytes;
 // The engine's pixel layout: blue, green, red, padding.
 inline constexpr const char* kEngineChroma = "RV32";

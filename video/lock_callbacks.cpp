@@ -1,14 +1,12 @@
 #include "video/lock_callbacks.h"
 
-#include <vector>
-
-#include "core/no_destructor.h"
-
 #include "core/log.h"
 #include "core/log_lines.h"
+#include "core/no_destructor.h"
 #include "multi/slot_tables.h"
 #include "video/frame_copy.h"
 #include "video/frame_geometry.h"
+#include "video/picture_memory.h"
 
 namespace korvid::video {
 namespace {
@@ -16,8 +14,8 @@ namespace {
 // Where a picture goes when a player has no copy (a slot being torn down):
 // the engine must always get memory to draw into. Reserved at start-up.
 uint8_t* Scratch() {
-  static NoDestructor<std::vector<uint8_t>> scratch(kFrameBytes);
-  return scratch->data();
+  static NoDestructor<PictureMemory> scratch(AllocatePictureMemory(kFrameBytes));
+  return scratch->get();
 }
 
 // Runs on the engine's video thread: no allocation, no exception, no SDL call,
