@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -39,10 +40,9 @@ std::string WithoutHandlerLines(const std::string& printed) {
   while (start < printed.size()) {
     const std::size_t end = std::min(printed.find('\n', start), printed.size() - 1) + 1;
     const std::string line = printed.substr(start, end - start);
-    bool handler = false;
-    for (const char* name : kHandlers) {
-      handler = handler || line.rfind(std::string("Korvid Native Windows Log : method : ") + name + " (L ", 0) == 0;
-    }
+    const bool handler = std::any_of(std::begin(kHandlers), std::end(kHandlers), [&](const char* name) {
+      return line.rfind(std::string("Korvid Native Windows Log : method : ") + name + " (L ", 0) == 0;
+    });
     if (!handler) kept += line;
     start = end;
   }
