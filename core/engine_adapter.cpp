@@ -5,6 +5,7 @@
 #include <deque>
 #include <thread>
 
+#include "core/input_gate.h"
 #include "core/no_destructor.h"
 #include "core/platform.h"
 
@@ -81,6 +82,11 @@ Worker& TheWorker() {
   return *worker;
 }
 
+InputGate& TheGate() {
+  static NoDestructor<InputGate> gate;
+  return *gate;
+}
+
 }  // namespace
 
 const char* const* FixedOptions() { return kOptions; }
@@ -106,8 +112,41 @@ void StopAsync(libvlc_media_player_t* player) {
 #if LIBVLC_VERSION_MAJOR >= 4
   libvlc_media_player_stop_async(player);
 #else
-  RunOffEventThread(player, [](libvlc_media_player_t* p) { libvlc_media_player_stop(p); });
+  RunOffEventThread(player, [](libvlc_media_player_t* p) {
+    const InputGate::Closed closed(TheGate(), p);
+    libvlc_media_player_stop(p);
+  });
 #endif
+}
+
+void SetMedia(libvlc_media_player_t* player, libvlc_media_t* media) {
+  if (player == nullptr) return;
+  const InputGate::Closed closed(TheGate(), player);
+  libvlc_media_player_set_media(player, media);
+}
+
+void ReleasePlayer(libvlc_media_player_t* player) {
+  if (player == nullptr) return;
+  const InputGate::Closed closed(TheGate(), player);
+  libvlc_media_player_release(player);
+}
+
+bool IsSeekableInCallback(libvlc_media_player_t* player) {
+  bool seekable = false;
+  if (player != nullptr) {
+    TheGate().tryQuery(player, [&] { seekable = libvlc_media_player_is_seekable(player) != 0; });
+  }
+  return seekable;
+}
+
+int64_t LengthInCallback(libvlc_media_player_t* player) {
+  int64_t length = -1;
+  if (player != nullptr) TheGate().tryQuery(player, [&] { length = libvlc_media_player_get_length(player); });
+  return length;
+}
+
+void SetPauseInCallback(libvlc_media_player_t* player, bool pause) {
+  if (player != nullptr) TheGate().tryQuery(player, [&] { libvlc_media_player_set_pause(player, pause ? 1 : 0); });
 }
 
 int SetTime(libvlc_media_player_t* player, int64_t timeMs, bool fast) {
@@ -139,7 +178,7 @@ void RunOffEventThread(libvlc_media_player_t* player, std::function<void(libvlc_
   libvlc_media_player_retain(player);
   TheWorker().post([player, call = std::move(call)] {
     call(player);
-    libvlc_media_player_release(player);
+    ReleasePlayer(player);
   });
 }
 

@@ -3,9 +3,10 @@
 // The library is written against the engine's 4.x calls; on 3.x a few differ:
 // stopping is synchronous (and deadlocks on the engine's own event thread),
 // the time and position setters have no fast flag and return nothing, and
-// seeking from the event thread deadlocks. This module maps those calls and
-// owns the worker thread that runs, in order, the engine calls that must not
-// run on the event thread.
+// seeking from the event thread deadlocks. This module maps those calls, owns
+// the worker thread that runs, in order, the engine calls that must not run on
+// the event thread, and keeps event callbacks off a player's input lock while
+// a stop, media change or release waits for them.
 #pragma once
 
 #include <vlc/vlc.h>
@@ -32,6 +33,19 @@ libvlc_instance_t* NewInstance();
 
 // Stops the player without waiting for it; safe from any thread.
 void StopAsync(libvlc_media_player_t* player);
+
+// A media change and a player's release. Both may wait for the player's event
+// callbacks, so callbacks must not take the player's input lock meanwhile
+// (core/input_gate.h); these close the player's gate around the call.
+void SetMedia(libvlc_media_player_t* player, libvlc_media_t* media);
+void ReleasePlayer(libvlc_media_player_t* player);
+
+// The same queries and pause, for use inside an event callback. While a stop,
+// media change or release of the player is under way they answer what the
+// player answers once its input is gone: not seekable, length -1, no pause.
+bool IsSeekableInCallback(libvlc_media_player_t* player);
+int64_t LengthInCallback(libvlc_media_player_t* player);
+void SetPauseInCallback(libvlc_media_player_t* player, bool pause);
 
 // Exact or fast jumps. Result 0 on success, -1 when the engine refuses.
 int SetTime(libvlc_media_player_t* player, int64_t timeMs, bool fast);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "core/engine_adapter.h"
 #include "core/event_queue.h"
 #include "core/log.h"
 #include "core/log_lines.h"
@@ -31,7 +32,7 @@ void SetStopFlag(bool value) {
 
 void PauseCurrentPlayer() {
   PlayerRecord& r = Record();
-  if (libvlc_media_player_t* player = CurrentPlayer()) libvlc_media_player_set_pause(player, 1);
+  engine::SetPauseInCallback(CurrentPlayer(), true);
   Events().push(event_code::kPaused);
   r.stateCode = state_code::kPaused;
 }

@@ -13,6 +13,8 @@
 #include <atomic>
 #include <memory>
 
+#include "core/engine_adapter.h"
+
 namespace korvid {
 
 template <typename T, void (*Release)(T*)>
@@ -39,7 +41,7 @@ class SharedHandle {
 
 namespace handle_release {
 inline void Engine(libvlc_instance_t* h) { libvlc_release(h); }
-inline void Player(libvlc_media_player_t* h) { libvlc_media_player_release(h); }
+inline void Player(libvlc_media_player_t* h) { engine::ReleasePlayer(h); }
 inline void Media(libvlc_media_t* h) { libvlc_media_release(h); }
 inline void Window(SDL_Window* h) { SDL_DestroyWindow(h); }
 inline void Renderer(SDL_Renderer* h) { SDL_DestroyRenderer(h); }

@@ -78,7 +78,7 @@ int32_t OpenMainMedia(const char* location) {
   const video::PreviewSet retired = video::ReplaceMainPreview(std::move(fresh));
 
   engine::DrainWorker();  // a stop still queued for the previous media runs first
-  libvlc_media_player_set_media(player, media);
+  engine::SetMedia(player, media);
   libvlc_event_manager_t* events = libvlc_media_player_event_manager(player);
   if (libvlc_event_manager_t* previous = r.eventManager.exchange(events)) DetachEventHandlers(previous);
   AttachEventHandlers(events);

@@ -57,7 +57,13 @@ int32_t Pause(EngineCalls calls) {
     // A live stream cannot hold still: it is stopped, and the stopped handler
     // reports it as paused.
     libvlc_media_player_t* main = r.mainPlayer.get();
-    r.pausedLength = main != nullptr ? static_cast<int32_t>(libvlc_media_player_get_length(main) + 1000) : 1000;
+    if (main == nullptr) {
+      r.pausedLength = 1000;
+    } else {
+      const int64_t length = calls == EngineCalls::kOnCaller ? libvlc_media_player_get_length(main)
+                                                             : engine::LengthInCallback(main);
+      r.pausedLength = static_cast<int32_t>(length + 1000);
+    }
     r.isPaused = true;
     engine::StopAsync(main);
     return 0;
@@ -96,7 +102,10 @@ int32_t Stop() {
 int32_t Seek(int32_t positionMs, EngineCalls calls) {
   PlayerRecord& r = Record();
   libvlc_media_player_t* player = CurrentPlayer();
-  if (player == nullptr || libvlc_media_player_is_seekable(player) == 0) return kNotSeekable;
+  if (player == nullptr) return kNotSeekable;
+  const bool seekable = calls == EngineCalls::kOnCaller ? libvlc_media_player_is_seekable(player) != 0
+                                                        : engine::IsSeekableInCallback(player);
+  if (!seekable) return kNotSeekable;
   if (libvlc_media_player_is_playing(player) != 0) {
     r.seekInProgress = true;
     r.pendingSeekMs = -1;

@@ -54,7 +54,7 @@ void StartChosenPlayer(int32_t index, const char* location) {
     libvlc_media_release(media);
     return;
   }
-  libvlc_media_player_set_media(player, media);
+  engine::SetMedia(player, media);
   video::AttachFrameOutput(player, video::SlotLockCallbacks[index]);
   // The slot's previous player (if any) is stopped and released here, before
   // the new one starts drawing into the same texture and copy.

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "core/engine_adapter.h"
 #include "core/no_destructor.h"
 
 namespace korvid::multi {
@@ -20,7 +21,7 @@ void SlotTables::releasePlayersFrom(std::size_t first) {
   // Each release joins that player's video thread, whose lock callback still
   // finds its texture and copy in the tables.
   for (libvlc_media_player_t* player : players) {
-    if (player != nullptr) libvlc_media_player_release(player);
+    engine::ReleasePlayer(player);
   }
 }
 
@@ -96,7 +97,7 @@ void SlotTables::setMediaAndPlayer(int32_t index, libvlc_media_t* media, libvlc_
       e->player.reset(player);
     }
   }
-  if (oldPlayer != nullptr) libvlc_media_player_release(oldPlayer);
+  engine::ReleasePlayer(oldPlayer);
   if (oldMedia != nullptr) libvlc_media_release(oldMedia);
 }
 
