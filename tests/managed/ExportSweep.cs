@@ -241,6 +241,15 @@ namespace Korvid.ManagedHost
                         for (; !stopped && !KorvidNative.NativeQueueIsEmpty(); KorvidNative.NativeQueuePop())
                             stopped = KorvidNative.NativeQueueFrontParamEvent() == (int)KorvidEvent.Stopped;
                         Check(stopped, "Stopped is not queued at once");
+                        // The engine's own report ends its work on this media; reports still on
+                        // their way would otherwise overwrite the state NativeClose sets.
+                        bool engineStopped = false;
+                        Check(WaitUntil(() =>
+                        {
+                            for (; !engineStopped && !KorvidNative.NativeQueueIsEmpty(); KorvidNative.NativeQueuePop())
+                                engineStopped = KorvidNative.NativeQueueFrontParamEvent() == (int)KorvidEvent.Stopped;
+                            return engineStopped;
+                        }), "the engine did not report the stop");
                     });
                     s.Step("NativeClose", () =>
                     {
