@@ -25,9 +25,10 @@ inline constexpr int32_t kPlaying = 3;
 inline constexpr int32_t kPaused = 4;
 }  // namespace state_code
 
-inline constexpr uint8_t kVersionMajor = 1;
-inline constexpr uint8_t kVersionMinor = 0;
-inline constexpr uint8_t kVersionPatch = 0;
+// The library's version, given by the build from CMake's project(VERSION).
+inline constexpr uint8_t kVersionMajor = KORVID_VERSION_MAJOR;
+inline constexpr uint8_t kVersionMinor = KORVID_VERSION_MINOR;
+inline constexpr uint8_t kVersionPatch = KORVID_VERSION_PATCH;
 
 // Property 901: the size of the host's subtitle buffer, at most this after start-up.
 inline constexpr uint32_t kDefaultSubtitleBufferSize = 10000;
