@@ -11,7 +11,7 @@ packages=(
   # without which every engine start-up loads all ~350 plug-ins to read them
   libvlc-bin
   # tests and benchmarks
-  googletest libgtest-dev libbenchmark-dev libmicrohttpd-dev openssl
+  googletest libgtest-dev libbenchmark-dev python3 openssl
   ffmpeg nginx libnginx-mod-rtmp
   clang libclang-rt-14-dev
   # managed host

@@ -1,6 +1,6 @@
-// A real HTTP or HTTPS server on the loopback interface for tests, built on
-// libmicrohttpd. It listens on 127.0.0.1 on a free port chosen at start and
-// stops in its destructor (open connections are closed then).
+// A real HTTP or HTTPS server on the loopback interface for tests: Python's
+// http.server running support/loopback_server.py over a folder of its own.
+// It listens on 127.0.0.1 on a port it picks and ends with this object.
 //
 // Usage:
 //   HttpServer server;                                   // or HttpServer(HttpServer::Scheme::kHttps)
@@ -14,45 +14,35 @@
 // Routing: a path given to serve, serveStatus or serveTruncated matches that
 // exact path (query text is not part of it). Otherwise the longest matching
 // directory prefix serves the file below it; anything else answers 404. A
-// later registration for the same path replaces the earlier one. Routes may be
-// changed while the server runs, for example to turn a live playlist into an
-// on-demand one.
+// later registration for the same path replaces the earlier one, also while
+// the server runs. Bodies answer GET and HEAD and honour one byte range
+// ("bytes=a-b", "bytes=a-", "bytes=-n": 206, or 416 past the end). HTTPS
+// presents a self-signed certificate for 127.0.0.1, so verifying clients fail.
 //
-// Bodies and files answer GET and HEAD, announce "Accept-Ranges: bytes", and
-// honour one range per request: "Range: bytes=a-b", "bytes=a-" and "bytes=-n"
-// answer 206 with Content-Range; a range starting past the end answers 416;
-// several ranges or a malformed header get the whole body (200).
-//
-// HTTPS uses a self-signed certificate for CN 127.0.0.1 (also as IP subject
-// alternative name), made once per test process with the openssl command-line
-// tool. Clients that verify peers must therefore fail against it.
-//
-// Every member function is safe to call from any thread while the server's
-// own thread answers requests.
+// On Windows (the tests run under Wine) nothing is started: the test script
+// runs one server per scheme on the Linux side and names their folders in
+// KORVID_TEST_HTTP_ROOT and KORVID_TEST_HTTPS_ROOT; an HttpServer attaches to
+// its scheme's server and resets its routes and log, so only one per scheme
+// may exist at a time there.
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
-struct MHD_Daemon;
-
 namespace korvid::test {
-
-struct ServedRoute;  // what one path answers; defined in http_server.cpp
 
 // One request as the server saw it.
 struct RecordedRequest {
   std::string method;  // "GET", "HEAD", ...
   std::string path;    // decoded path, without the query
-  std::string query;   // the query arguments as "k=v&k2=v2" in arrival order, "" without any
+  std::string query;   // the query text as sent, "" without any
   std::vector<std::pair<std::string, std::string>> headers;  // in arrival order
 
   // The value of the first header named `name` (case-insensitive); "" if absent.
@@ -64,7 +54,7 @@ class HttpServer {
  public:
   enum class Scheme { kHttp, kHttps };
 
-  // Starts listening; throws std::runtime_error when the server cannot start.
+  // Starts (or attaches to) the server; throws std::runtime_error when it cannot.
   explicit HttpServer(Scheme scheme = Scheme::kHttp);
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
@@ -77,17 +67,16 @@ class HttpServer {
   std::string url(const std::string& path) const;
 
   // Answers `path` with `body` (any bytes, NULs included) and status 200.
-  void serve(const std::string& path, std::string body,
-             std::string contentType = "application/octet-stream");
+  void serve(const std::string& path, const std::string& body,
+             const std::string& contentType = "application/octet-stream");
   // Answers every path that starts with `prefix` (e.g. "/hls/") with the file
-  // at `dir` + the rest of the path; paths with a ".." segment answer 403,
-  // missing files 404. The content type follows the file's extension.
+  // at `dir` + the rest of the path; ".." segments answer 403, missing files 404.
   void serveDirectory(const std::string& prefix, const std::string& dir);
   // Answers `path` with `status` (e.g. 404, 500) and `body`.
-  void serveStatus(const std::string& path, int status, std::string body = {});
+  void serveStatus(const std::string& path, int status, const std::string& body = {});
   // Announces the whole `body` as its Content-Length, sends its first
   // `bytesBeforeClose` bytes and then closes the connection.
-  void serveTruncated(const std::string& path, std::string body, std::size_t bytesBeforeClose);
+  void serveTruncated(const std::string& path, const std::string& body, std::size_t bytesBeforeClose);
 
   // Requests seen so far, in arrival order (recorded when their headers arrive).
   std::vector<RecordedRequest> requests() const;
@@ -97,34 +86,21 @@ class HttpServer {
   // true when they have.
   bool waitForRequests(std::size_t count, std::chrono::milliseconds timeout) const;
 
-  // The certificate the HTTPS server presents, in PEM (empty for HTTP).
-  const std::string& certificatePem() const { return certificatePem_; }
-
  private:
-  struct DaemonStop {
-    void operator()(MHD_Daemon* daemon) const noexcept;
+  struct PipeClose {
+    void operator()(std::FILE* pipe) const noexcept;
   };
 
-  // Called on the server's thread; see http_server.cpp.
-  friend struct HttpServerAccess;
-
-  void setRoute(const std::string& path, std::shared_ptr<const ServedRoute> route);
-  std::shared_ptr<const ServedRoute> findRoute(const std::string& path, std::string* filePath) const;
-  void record(RecordedRequest request);
+  void route(const std::string& path, int status, long cut, const std::string& type, const std::string& body);
+  void writeRoutes() const;
 
   const Scheme scheme_;
-  std::string certificatePem_;  // held for the daemon's lifetime: it reads the text in place
-  std::string keyPem_;
-
-  mutable std::mutex mutex_;
-  mutable std::condition_variable requestArrived_;
-  std::map<std::string, std::shared_ptr<const ServedRoute>> exact_;
-  std::map<std::string, std::string> directories_;  // prefix -> directory
-  std::vector<RecordedRequest> requests_;
-
-  // Last member: stopped (and its thread joined) first, while everything the
-  // request handler reaches is still alive.
-  std::unique_ptr<MHD_Daemon, DaemonStop> daemon_;
+  std::string root_;  // the served folder; the server's control files live in it
+  std::map<std::string, std::string> routes_;       // exact path -> its route line
+  std::map<std::string, std::string> directories_;  // prefix -> folder
+  int bodies_ = 0;
+  // The server's standard input: closing it ends the server.
+  std::unique_ptr<std::FILE, PipeClose> process_;
   uint16_t port_ = 0;
 };
 
