@@ -20,6 +20,11 @@ configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 ctest --test-dir build --output-on-failure -L unit -j"$jobs"
 ctest --test-dir build --output-on-failure -L engine -j1
 
+echo "== Unity package"
+# scripts/package.sh (twice, for the GUIDs) with the library just built, the
+# package's checks, and the managed host against the packaged library.
+KORVID_LINUX_BUILD=build python3 tests/package/check_package.py "$(command -v mono)" "$(command -v mcs)"
+
 echo "== sanitizer build (ASan + UBSan)"
 configure_and_build build-asan -DKORVID_SANITIZE=ON -DKORVID_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
