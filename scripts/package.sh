@@ -55,7 +55,11 @@ EOF
 cp bindings/csharp/KorvidNative.cs bindings/csharp/KorvidPlayer.cs bindings/csharp/Unity/KorvidVideoSurface.cs "$out/Runtime/"
 plugins=$out/Runtime/Plugins/x86_64
 mkdir -p "$plugins"
-cp "$windows"/*.dll "$plugins/"
+# The engine's own DLLs never ship: the user installs the engine (a test
+# fixture standing in for it may sit beside the DLL after the Windows tests).
+for dll in "$windows"/*.dll; do
+  case $(basename "$dll") in libvlc.dll | libvlccore.dll) ;; *) cp "$dll" "$plugins/" ;; esac
+done
 strip --strip-debug -o "$plugins/libWindowsKorvidSDK.so" "$build/libWindowsKorvidSDK.so"
 
 # The shipped DLLs were built from Debian's SDL2 and curl source packages: their

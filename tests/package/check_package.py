@@ -72,7 +72,8 @@ check(len(set(meta_guids.values())) == len(meta_guids), "GUIDs are unique")
 own = {".dll": (b"MZ", {"Editor: Editor Windows", "Standalone: Win64"}),
        ".so": (b"\x7fELF", {"Editor: Editor Linux", "Standalone: Linux64"})}
 plugins = [rel for rel in assets if os.path.splitext(rel)[1] in own]
-check(len(plugins) >= 4 and "Runtime/Plugins/x86_64/WindowsKorvidSDK.dll" in plugins, "the DLL, SDL2, libcurl, the .so")
+check(len(plugins) >= 4 and "Runtime/Plugins/x86_64/WindowsKorvidSDK.dll" in plugins
+      and not any("libvlc" in rel for rel in plugins), "the DLL, SDL2, libcurl and the .so; not the engine")
 for rel in plugins:
     magic, expected = own[os.path.splitext(rel)[1]]
     blocks = re.findall(r"- first:\n +(.*)\n +second:\n +enabled: 1\n((?: {6,}.*\n)*)", entries[rel + ".meta"].decode())
