@@ -1,43 +1,29 @@
-// Start-up, shut-down and the method log on the real engine.
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <string>
+// Start-up, shut-down, the calls a host may make before start-up, and the
+// method log, on the real engine.
+#include <functional>
 #include <utility>
-#include <vector>
 
 #include "core/player_record.h"
 #include "exports/korvid_exports.h"
 #include "multi/slot_tables.h"
+#include "support/engine_session.h"
 #include "video/preview_objects.h"
 
 namespace korvid::test {
 namespace {
 
-std::string Captured(void (*body)()) {
-  testing::internal::CaptureStdout();
-  body();
-  std::fflush(stdout);
-  return testing::internal::GetCapturedStdout();
-}
-
-TEST(Lifecycle, InitAndShutdownLeaveAnEmptyQueue) {
-  EXPECT_EQ(NativeInit(0), 0);
-  EXPECT_NE(Record().mainPlayer.get(), nullptr);
-  NativeShutdown();
-  EXPECT_EQ(GetNativeQueueSize(), -1);
-  EXPECT_TRUE(NativeQueueIsEmpty());
-  // Cycled, the way an editor enters and leaves play mode.
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(NativeInit(0), 0);
+TEST(Lifecycle, StartUpAndShutDownCycleInBothModes) {
+  for (int i = 0; i < 3; ++i) {  // the way an editor enters and leaves play mode
+    ASSERT_EQ(NativeInit(0), 0);
+    EXPECT_NE(Record().mainPlayer.get(), nullptr);
     NativeShutdown();
+    EXPECT_EQ(GetNativeQueueSize(), -1);
   }
   NativeShutdown();  // a second shut-down finds nothing to release
-}
 
-TEST(Lifecycle, MultiInstanceStartUpMakesOneEngineCopyAndTexturePerSlot) {
+  // Multi-instance: one engine, frame copy and texture per slot, no main player.
   NativeSetMultiStream(3);
-  EXPECT_EQ(NativeInit(0), 0);
+  ASSERT_EQ(NativeInit(0), 0);
   multi::SlotTables& slots = multi::Slots();
   ASSERT_EQ(slots.size(), 3);
   for (int i = 0; i < 3; ++i) {
@@ -54,43 +40,9 @@ TEST(Lifecycle, MultiInstanceStartUpMakesOneEngineCopyAndTexturePerSlot) {
   EXPECT_EQ(Record().currentInstance, 0);
   EXPECT_EQ(slots.size(), 0);
   EXPECT_EQ(GetNativeQueueSize(), -1);
-  // Back in single-player mode.
-  EXPECT_EQ(NativeInit(0), 0);
+  ASSERT_EQ(NativeInit(0), 0);  // back in single-player mode
   EXPECT_NE(Record().mainPlayer.get(), nullptr);
   NativeShutdown();
-}
-
-TEST(Lifecycle, LogLinesCarryNameAndLineOnlyWhileLoggingIsOn) {
-  NativeSetLogLevel(1);
-  // NativeInit logs under the previous switch, then turns logging off.
-  EXPECT_EQ(Captured([] { NativeInit(0); }), "Korvid Native Windows Log : method : NativeInit (L 1753) \n");
-  EXPECT_EQ(Captured([] {
-              NativeQueueIsEmpty();
-              NativeGetRawData(nullptr);
-              NativeShutdown();
-            }),
-            "");
-  NativeSetLogLevel(7);
-  EXPECT_EQ(Captured([] {
-              NativeQueuePop();
-              GetNativeQueueSize();
-              NativeSetTimedMetadta_CustomTags("x");
-              NativeSetMultiProperty();
-            }),
-            "Korvid Native Windows Log : method : NativeQueuePop (L 1558) \n"
-            "Korvid Native Windows Log : method : GetNativeQueueSize (L 1612) \n"
-            "Korvid Native Windows Log : method : NativeSetTimedMetadta_CustomTags (L 2095) \n"
-            "Korvid Native Windows Log : method : NativeSetMultiProperty (L 2327) \n");
-  // The switch itself and the version exports never log.
-  EXPECT_EQ(Captured([] {
-              NativeSetLogLevel(1);
-              NativeGetVersionMajor();
-              NativeSetLogLevel(0);
-            }),
-            "");
-  EXPECT_EQ(NativeGetVersionMajor(), 1);
-  EXPECT_EQ(NativeGetVersionMinor(), 0);
-  EXPECT_EQ(NativeGetVersionPatch(), 0);
 }
 
 TEST(Lifecycle, StartUpResetsTheRecordAndBoundsTheSubtitleBuffer) {
@@ -112,23 +64,67 @@ TEST(Lifecycle, StartUpResetsTheRecordAndBoundsTheSubtitleBuffer) {
   EXPECT_EQ(Record().subtitleBufferSize, 10000u);
 }
 
-TEST(Lifecycle, CallsBeforeStartUpDoNotCrash) {
-  std::vector<uint8_t> frame(8294400, 0xAB);
-  EXPECT_EQ(NativeGetRawData(frame.data()), 8294400);
-  EXPECT_EQ(NativeGetMultipleRawData(frame.data(), 5), 8294400);
-  EXPECT_EQ(NativeOpenURI("/nowhere.mp4"), 666);
-  EXPECT_EQ(NativeSeek(1000), -3);
-  EXPECT_EQ(NativePause(), 0);
-  EXPECT_EQ(NativeResume(), 0);
-  EXPECT_EQ(NativeStartPlayBack(), 0);
-  EXPECT_EQ(NativeGetCurrentTime(), 0);
-  EXPECT_EQ(NativeGetTotalTime(), 0);
-  EXPECT_EQ(NativeGetVideoWidth(), 0u);
-  EXPECT_EQ(NativeSetVolume(0.5f), 0);
-  EXPECT_EQ(NativeSetMute(true), 0);
-  EXPECT_EQ(NativeStop(), 0);
-  NativeQueuePop();
-  NativeShutdown();
+// Every export that needs no media, called before start-up (nothing may
+// crash): its answer, and the one log line it prints while logging is on.
+TEST(Lifecycle, ExportsAnswerBeforeStartUpAndLogTheirOwnLines) {
+  std::vector<uint8_t> frame(kFrameBytes, 0xAB);
+  struct Case {
+    const char* method;
+    int line;
+    std::function<int64_t()> call;
+    int64_t expected;
+  };
+  // An export with its arguments, the line it logs, and its answer (0 for one without).
+#define ANSWER(name, args, line, answer) Case{#name, line, [&] { return static_cast<int64_t>(name args); }, answer}
+#define DO(name, args, line) Case{#name, line, [&] { return name args, int64_t{0}; }, 0}
+  const Case cases[] = {
+      ANSWER(NativeGetRawData, (frame.data()), 713, kFrameBytes),
+      ANSWER(NativeGetMultipleRawData, (frame.data(), 5), 738, kFrameBytes),
+      ANSWER(NativeSetTextureFromUnity, (nullptr), 705, 0), DO(NativeSetHWND, (nullptr), 689),
+      ANSWER(NativeOpenURI, ("/nowhere.mp4"), 1140, 666), ANSWER(NativeSeek, (1000), 1473, -3),
+      ANSWER(NativePause, (), 1396, 0), ANSWER(NativeResume, (), 1422, 0), ANSWER(NativeStartPlayBack, (), 1365, 0),
+      ANSWER(NativeGetCurrentTime, (), 1621, 0), ANSWER(NativeGetTotalTime, (), 1656, 0),
+      ANSWER(NativeGetVideoWidth, (), 1725, 0), ANSWER(NativeGetVideoHeight, (), 1698, 0),
+      ANSWER(NativeGetPlayerState, (), 2002, 0), ANSWER(NativeSetVolume, (0.5f), 1971, 0),
+      ANSWER(NativeSetMute, (true), 1956, 0), ANSWER(NativeSetAutoPlay, (false), 1993, 0),
+      ANSWER(NativeSetProperty, (902, 1), 2031, 0), ANSWER(NativeSetLoop, (true), 1986, 0),
+      ANSWER(NativeSetLowLatency, (true), 2083, 0), ANSWER(NativeGetMilisecondsEndBuffered, (), 1950, 0),
+      DO(NativeSetContentInfo, ("x"), 1342), ANSWER(NativeGetContentInfo, (), 1359, 0),
+      ANSWER(NativeIsLive, (), 693, 0), ANSWER(NativeQueueIsEmpty, (), 1552, 1),
+      ANSWER(NativeQueueFrontIsString, (), 1566, 0), DO(NativeQueueFrontString, ("x"), 1572),
+      ANSWER(NativeQueueFrontParamEvent, (), 1577, -1), ANSWER(NativeQueueFrontParam1, (), 1586, -1),
+      ANSWER(NativeQueueFrontParam2, (), 1595, -1), ANSWER(NativeQueueFrontParam3, (), 1604, -1),
+      ANSWER(GetNativeQueueSize, (), 1612, -1), DO(NativeQueuePop, (), 1558), DO(NativeSetMultiPaths, ("x"), 2257),
+      DO(NativeSetMultiProperty, (), 2327), DO(NativeSetMultiHTTPHeader, (0, "x"), 2332),
+      DO(NativeStartChosenPlayer, (0, "/nowhere.mp4"), 2268), DO(NativeControlInstance, (0), 2263),
+      ANSWER(NativeMultiInstanceStop, (0), 1461, 0), ANSWER(NativeMultiInstanceGetCurrentTime, (0), 1643, 0),
+      ANSWER(NativeMultiInstanceGetTotalTime, (0), 1682, 0), ANSWER(NativeMultiInstanceIsLive, (0), 699, 0),
+      ANSWER(KORVIDUnity_GetAudioStreamCount, (), 2146, 0), ANSWER(KORVIDUnity_GetCurrentAudioStreamID, (), 2193, -1),
+      ANSWER(NativeSetTimedMetadta_CustomTags, ("x"), 2095, 0),
+      ANSWER(NativeGetTimedMetadta_EncodingType, (0, "x"), 2101, 0),
+      ANSWER(NativeGetTimedMetadta_DataByte, (0, "x"), 2107, 0), ANSWER(NativeStop, (), 1439, 0),
+      DO(NativeClose, (), 1502), DO(NativeShutdown, (), 1258),
+  };
+#undef ANSWER
+#undef DO
+  NativeSetLogLevel(1);
+  for (const Case& c : cases) {
+    int64_t result = 0;
+    EXPECT_EQ(Captured([&] { result = c.call(); }), LogLine(c.method, c.line));
+    EXPECT_EQ(result, c.expected) << c.method;
+  }
+  // NativeInit logs under the previous switch and turns logging off; the
+  // switch itself and the version exports never log.
+  EXPECT_EQ(Captured([] { NativeInit(0); }), LogLine("NativeInit", 1753));
+  EXPECT_EQ(Captured([] { NativeShutdown(); }), "");
+  EXPECT_EQ(Captured([] {
+              NativeSetLogLevel(7);
+              EXPECT_EQ(NativeGetVersionMajor(), 1);
+              EXPECT_EQ(NativeGetVersionMinor(), 0);
+              EXPECT_EQ(NativeGetVersionPatch(), 0);
+              NativeSetLogLevel(0);
+            }),
+            "");
 }
 
 }  // namespace

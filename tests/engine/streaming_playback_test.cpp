@@ -1,30 +1,18 @@
-// Network sources on the real engine: HLS over a loopback HTTP server, a
-// live-looking playlist and its pause-by-stopping, and rtmp from nginx.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <string>
+// Network sources on the real engine: HLS over a loopback HTTP server, a live
+// playlist and its pause-by-stopping, and rtmp from nginx.
 #include <thread>
-#include <vector>
 
 #include "core/player_record.h"
 #include "exports/korvid_exports.h"
+#include "support/background_process.h"
 #include "support/engine_session.h"
 #include "support/http_server.h"
-#include "support/live_packager.h"
-#include "support/media_clips.h"
-#include "support/rtmp_server.h"
-#include "support/stream_sets.h"
+#include "support/media.h"
 
 namespace korvid::test {
 namespace {
 
-class StreamingPlayback : public testing::Test {
- protected:
-  EngineSession session_;
-  std::vector<int32_t> events_;
-};
+using StreamingPlayback = EngineTest;
 
 TEST_F(StreamingPlayback, OnDemandHlsPlaysFromTheLoopbackServer) {
   HttpServer server;
@@ -32,10 +20,9 @@ TEST_F(StreamingPlayback, OnDemandHlsPlaysFromTheLoopbackServer) {
   NativeSetAutoPlay(true);
   ASSERT_EQ(NativeOpenURI(server.url("/hls/master.m3u8").c_str()), 0);
   EXPECT_FALSE(NativeIsLive());
-  ASSERT_TRUE(WaitForEvent(2, events_)) << Describe(events_);
-  EXPECT_TRUE(ContainsRun(events_, {6, 1, 2})) << Describe(events_);
-  std::vector<uint8_t> frame(8294400);
-  EXPECT_EQ(NativeGetRawData(frame.data()), 8294400);
+  ASSERT_TRUE(WaitFor(2)) << Seen();
+  EXPECT_TRUE(ContainsRun(events_, {6, 1, 2})) << Seen();
+  EXPECT_EQ(NativeGetRawData(frame_.data()), kFrameBytes);
 }
 
 TEST_F(StreamingPlayback, LiveStreamPausesByStopping) {
@@ -45,22 +32,21 @@ TEST_F(StreamingPlayback, LiveStreamPausesByStopping) {
   NativeSetAutoPlay(true);
   ASSERT_EQ(NativeOpenURI(server.url("/live/master.m3u8").c_str()), 0);
   ASSERT_TRUE(NativeIsLive());
-  ASSERT_TRUE(WaitForEvent(2, events_)) << Describe(events_);
+  ASSERT_TRUE(WaitFor(2)) << Seen();
   events_.clear();
 
-  EXPECT_EQ(NativePause(), 0);
   // The stream is stopped, and the stopped report reaches the host as a pause.
-  ASSERT_TRUE(WaitForEvent(9, events_)) << Describe(events_);
-  EXPECT_EQ(std::count(events_.begin(), events_.end(), 12), 0) << Describe(events_);
+  EXPECT_EQ(NativePause(), 0);
+  ASSERT_TRUE(WaitFor(9)) << Seen();
+  EXPECT_EQ(Count(events_, 12), 0) << Seen();
   EXPECT_EQ(NativeGetPlayerState(), 4);
   EXPECT_EQ(NativeGetTotalTime(), Record().pausedLength.load());
   EXPECT_GE(NativeGetTotalTime(), 1000);
   EXPECT_EQ(NativeSeek(1000), -3);  // a stopped live stream cannot seek
 
-  // Resuming restarts the stream.
   events_.clear();
-  EXPECT_EQ(NativeResume(), 0);
-  ASSERT_TRUE(WaitForEvent(2, events_)) << Describe(events_);
+  EXPECT_EQ(NativeResume(), 0);  // restarts the stream
+  ASSERT_TRUE(WaitFor(2)) << Seen();
 }
 
 TEST_F(StreamingPlayback, RtmpIsLiveWithoutAnyFetch) {
@@ -68,29 +54,21 @@ TEST_F(StreamingPlayback, RtmpIsLiveWithoutAnyFetch) {
   rtmp.publish("green", "stream");
   NativeSetAutoPlay(true);
   NativeSetLogLevel(1);
-  testing::internal::CaptureStdout();
-  // The publisher needs a moment to connect; retry the open a bounded number of times.
   int32_t opened = -1;
-  for (int attempt = 0; attempt < 10 && opened != 0; ++attempt) {
-    if (attempt > 0) std::this_thread::sleep_for(std::chrono::milliseconds(500));
-    opened = NativeOpenURI(rtmp.url("stream").c_str());
-  }
+  const std::string log = Captured([&] {
+    // The publisher needs a moment to connect; retry the open a bounded number of times.
+    for (int attempt = 0; attempt < 10 && opened != 0; ++attempt) {
+      if (attempt > 0) std::this_thread::sleep_for(500ms);
+      opened = NativeOpenURI(rtmp.url("stream").c_str());
+    }
+  });
   NativeSetLogLevel(0);
-  std::fflush(stdout);
-  const std::string log = testing::internal::GetCapturedStdout();
   ASSERT_EQ(opened, 0);
   EXPECT_TRUE(NativeIsLive());
   EXPECT_EQ(log.find("CheckLiveStreaming"), std::string::npos);
-  EXPECT_NE(log.find("NativeOpenURI (L 1140)"), std::string::npos);
-
-  std::vector<uint8_t> frame(8294400);
-  EXPECT_TRUE(WaitUntil(
-      [&] {
-        NativeGetRawData(frame.data());
-        const Pixel p = PixelAt(frame, 960, 540);
-        return p.g > 90 && p.r < 60 && p.b < 60;
-      },
-      events_, std::chrono::seconds(15)));
+  EXPECT_NE(log.find(LogLine("NativeOpenURI", 1140)), std::string::npos);
+  EXPECT_TRUE(Until([&] { return NativeGetRawData(frame_.data()) == kFrameBytes && Shows(frame_, 0, 128, 0); }, 15s))
+      << PixelText(frame_);
 }
 
 }  // namespace

@@ -1,25 +1,20 @@
 // Side subtitles against a real player paused at known times: the cue cursor,
 // the bytes written into the host's buffer and the results the host sees.
-#include <gtest/gtest.h>
-
 #include <vlc/vlc.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "core/player_record.h"
 #include "exports/korvid_exports.h"
 #include "support/engine_session.h"
-#include "support/headless_env.h"
 #include "support/http_server.h"
-#include "support/media_clips.h"
-#include "support/process.h"
-#include "support/subtitle_media.h"
+#include "support/media.h"
 
 namespace korvid::test {
 namespace {
@@ -33,19 +28,20 @@ const std::string kThreeCues =
     "2\r\n00:00:05,000 --> 00:00:07,000\r\nBravo\r\n\r\n"
     "3\r\n00:00:09,000 --> 00:00:11,000\r\nCharlie\r\n\r\n";
 
-class SubtitleUpdate : public testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(session_.initResult(), 0);
-    buffer_.fill(kSentinel);
-  }
-  void TearDown() override { NativeSetProperty(901, static_cast<int32_t>(kBufferSize)); }
+bool EnginePaused() { return libvlc_media_player_get_state(Record().mainPlayer.get()) == libvlc_Paused; }
+int64_t Clock() { return libvlc_media_player_get_time(Record().mainPlayer.get()); }
 
-  // Opens `clip` paused at its start (auto-play off).
-  void OpenPaused(const std::string& clip) {
+class SubtitleUpdate : public EngineTest {
+ protected:
+  SubtitleUpdate() { buffer_.fill(kSentinel); }
+  ~SubtitleUpdate() override { NativeSetProperty(901, static_cast<int32_t>(kBufferSize)); }
+
+  // Starts up again (which drops cues and sources) and opens `clip` paused at its start.
+  void OpenPaused(const std::string& clip = ColourClip("black", 14, true)) {
+    ASSERT_EQ(NativeInit(0), 0);
     NativeSetAutoPlay(false);
     ASSERT_EQ(NativeOpenURI(clip.c_str()), 0);
-    ASSERT_TRUE(WaitUntil([] { return NativeGetPlayerState() == 4; }, events_)) << Describe(events_);
+    ASSERT_TRUE(Until([] { return NativeGetPlayerState() == 4; })) << Seen();
   }
 
   // Seeks the paused player to `ms`, waits for the seek to complete, the
@@ -55,67 +51,63 @@ class SubtitleUpdate : public testing::Test {
   // and when the pause lands right after the jump the clock keeps the old time
   // until playback moves again. Either way the seek is simply repeated.
   int64_t PauseAt(int32_t ms) {
-    constexpr int kAttempts = 4;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    for (int attempt = 0; attempt < 4; ++attempt) {
       events_.clear();
       EXPECT_EQ(NativeSeek(ms), 0);
-      const bool completed = WaitForEvent(13, events_, 5s) &&
-                             WaitUntil([] { return NativeGetPlayerState() == 4 && EnginePaused(); }, events_);
       int64_t now = Clock();
-      int64_t previous = -2;
-      if (completed && WaitUntil([&] { return (previous = std::exchange(now, Clock())) == now && std::llabs(now - ms) < 2000; },
-                                 events_, 3s)) {
+      if (WaitFor(13, 1, 5s) && Until([] { return NativeGetPlayerState() == 4 && EnginePaused(); }) &&
+          Until(
+              [&] {
+                const int64_t previous = std::exchange(now, Clock());
+                return previous == now && std::llabs(now - ms) < 2000;
+              },
+              3s)) {
         return now;
       }
       if (libvlc_media_player_is_playing(Record().mainPlayer.get()) != 0) NativePause();
-      WaitUntil(EnginePaused, events_);
+      Until(EnginePaused);
     }
-    ADD_FAILURE() << "the player did not pause near " << ms << " ms: " << Describe(events_);
+    ADD_FAILURE() << "the player did not pause near " << ms << " ms: " << Seen();
     return -1;
   }
 
-  static bool EnginePaused() { return libvlc_media_player_get_state(Record().mainPlayer.get()) == libvlc_Paused; }
-  static int64_t Clock() { return libvlc_media_player_get_time(Record().mainPlayer.get()); }
-
   int32_t Update() { return NativeUpdateSubtitle(reinterpret_cast<char*>(buffer_.data())); }
-
-  // The buffer's first bytes as text, and whether they are zeros up to `zeros`.
   std::string Shown(std::size_t n) const { return std::string(buffer_.begin(), buffer_.begin() + static_cast<long>(n)); }
   bool ZeroedThrough(std::size_t n) const {
-    for (std::size_t i = 0; i < n; ++i) {
-      if (buffer_[i] != 0) return false;
+    return std::all_of(buffer_.begin(), buffer_.begin() + static_cast<long>(n), [](uint8_t b) { return b == 0; });
+  }
+  template <typename Exception>
+  void ExpectThrows(const char* message) {
+    try {
+      Update();
+      ADD_FAILURE() << "no exception";
+    } catch (const Exception& e) {
+      EXPECT_STREQ(e.what(), message);
     }
-    return true;
   }
 
-  EngineSession session_;
-  std::vector<int32_t> events_;
   std::array<uint8_t, kBufferSize + 16> buffer_{};
 };
 
 TEST_F(SubtitleUpdate, WalksCuesOfASubRipFileFromDisk) {
-  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  OpenPaused();
   ASSERT_TRUE(NativeOpenSubtitleURI(WriteWorkFile("walk.srt", kThreeCues).c_str()));
   EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 0);
 
   // Inside A: the first call loads the file and copies A, unterminated.
   ASSERT_NEAR(PauseAt(2000), 2000, 900);
   EXPECT_EQ(Update(), 9);
-  EXPECT_EQ(Shown(9), "Alpha one");
-  EXPECT_EQ(buffer_[9], kSentinel);
+  EXPECT_EQ(Shown(10), std::string("Alpha one") + static_cast<char>(kSentinel));
   EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 1);
 
   // In the gap: the cursor moves to B and the buffer is zeroed; then, B being
   // ahead, zeroed again and back to A; the calls alternate, answering A's length.
   ASSERT_NEAR(PauseAt(4000), 4000, 900);
-  buffer_.fill(kSentinel);
-  EXPECT_EQ(Update(), 9);
-  EXPECT_TRUE(ZeroedThrough(kBufferSize));
-  EXPECT_EQ(buffer_[kBufferSize], kSentinel);  // only property 901's bytes are touched
-  for (int i = 0; i < 3; ++i) {
+  for (int i = 0; i < 4; ++i) {
     buffer_.fill(kSentinel);
     EXPECT_EQ(Update(), 9);
     EXPECT_TRUE(ZeroedThrough(kBufferSize)) << i;
+    EXPECT_EQ(buffer_[kBufferSize], kSentinel);  // only property 901's bytes are touched
   }
 
   // Inside B: one more zeroing step (the cursor walks from A), then B's text.
@@ -142,16 +134,15 @@ std::string Stamp(int64_t ms) {
 }
 
 TEST_F(SubtitleUpdate, CueBoundsAreInclusiveAndProperty901CutsTheCopy) {
-  OpenPaused(SolidClip("black", 14.0, "64x48"));
   // A cue starting exactly now, then (after a new start-up) one ending exactly now.
+  OpenPaused();
   const int64_t t = PauseAt(3000);
   ASSERT_TRUE(NativeOpenSubtitleURI(
       WriteWorkFile("starts-now.srt", "1\n" + Stamp(t) + " --> 00:00:20,000\nstarts now\n\n").c_str()));
   EXPECT_EQ(Update(), 10);
   EXPECT_EQ(Shown(10), "starts now");
 
-  ASSERT_EQ(NativeInit(0), 0);  // drops the cues; the source stays and is picked up again
-  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  OpenPaused();
   const int64_t u = PauseAt(3000);
   ASSERT_TRUE(NativeOpenSubtitleURI(
       WriteWorkFile("ends-now.srt", "1\n00:00:00,000 --> " + Stamp(u) + "\nends now, longer text\n\n").c_str()));
@@ -169,9 +160,8 @@ TEST_F(SubtitleUpdate, SubRipOverHttpAndTheTerminalResults) {
   server.serve("/subs/walk.srt", kThreeCues);
   server.serve("/subs/none.srt", "1\nno timing line at all\n");
   server.serve("/no-subtitles.m3u8", "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\nv.m3u8\n");
-  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  OpenPaused();
   ASSERT_NEAR(PauseAt(6000), 6000, 900);
-
   ASSERT_TRUE(NativeOpenSubtitleURI(server.url("/subs/walk.srt").c_str()));
   EXPECT_EQ(Update(), 0);  // loaded, walked past A to B and zeroed: count 0
   EXPECT_EQ(Update(), 5);
@@ -180,44 +170,27 @@ TEST_F(SubtitleUpdate, SubRipOverHttpAndTheTerminalResults) {
   EXPECT_EQ(server.requestsFor("/subs/walk.srt").size(), 2u);
 
   // A file without any arrow: -255, then 0 until the next start-up.
-  ASSERT_EQ(NativeInit(0), 0);
-  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  OpenPaused();
   ASSERT_TRUE(NativeOpenSubtitleURI(server.url("/subs/none.srt").c_str()));
-  EXPECT_EQ(Update(), -255);
-  EXPECT_EQ(Update(), 0);
-  EXPECT_EQ(Update(), 0);
+  for (const int32_t expected : {-255, 0, 0}) EXPECT_EQ(Update(), expected);
 
   // A master playlist without subtitle renditions: -1, then 0.
-  ASSERT_EQ(NativeInit(0), 0);
-  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  OpenPaused();
   EXPECT_FALSE(NativeOpenSubtitleURI(server.url("/no-subtitles.m3u8").c_str()));
   EXPECT_EQ(Update(), -1);
   EXPECT_EQ(Update(), 0);
   EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 0);
 }
 
-TEST_F(SubtitleUpdate, BadSubRipTimestampsLeaveAsExceptions) {
-  OpenPaused(SolidClip("black", 14.0, "64x48"));
+TEST_F(SubtitleUpdate, BadSubRipTimestampsLeaveAsExceptionsAndSelectionsStopUpdates) {
+  OpenPaused();
   ASSERT_TRUE(NativeOpenSubtitleURI(WriteWorkFile("bad.srt", "1\n00::01,000 --> 00:00:02,000\nx\n\n").c_str()));
-  for (int i = 0; i < 2; ++i) {  // nothing changes, so the next call fails the same way
-    try {
-      Update();
-      ADD_FAILURE() << "no exception";
-    } catch (const std::invalid_argument& e) {
-      EXPECT_STREQ(e.what(), "invalid stoi argument");
-    }
-  }
+  ExpectThrows<std::invalid_argument>("invalid stoi argument");
+  ExpectThrows<std::invalid_argument>("invalid stoi argument");  // nothing changed, so it fails the same way
   ASSERT_TRUE(NativeOpenSubtitleURI(WriteWorkFile("huge.srt", "1\n00:00:01,99999999999 --> 2\nx\n\n").c_str()));
-  try {
-    Update();
-    ADD_FAILURE() << "no exception";
-  } catch (const std::out_of_range& e) {
-    EXPECT_STREQ(e.what(), "stoi argument out of range");
-  }
-}
+  ExpectThrows<std::out_of_range>("stoi argument out of range");
 
-TEST_F(SubtitleUpdate, CaptionStreamChanges) {
-  OpenPaused(SolidClip("black", 14.0, "64x48"));
+  OpenPaused();
   ASSERT_NEAR(PauseAt(2000), 2000, 900);
   ASSERT_TRUE(NativeOpenSubtitleURI(WriteWorkFile("change.srt", kThreeCues).c_str()));
   // Before the first load a selection outside the list loads nothing and harms nothing.
@@ -241,12 +214,9 @@ TEST_F(SubtitleUpdate, CaptionStreamChanges) {
 // ffmpeg writes WebVTT times in the short form mm:ss.mmm, which counts as hours
 // and minutes: its cues at 1, 3, 5 and 7 s fall due at 60, 180, 300 and 420 s.
 TEST_F(SubtitleUpdate, HlsRenditionsSegmentBySegment) {
-  const std::string clip = WorkDir() + "/long-black.mp4";
-  RunCommand("ffmpeg -nostdin -loglevel error -y -f lavfi -i color=c=black:s=64x48:r=5 -t 500 -g 25"
-             " -c:v libx264 -preset ultrafast -pix_fmt yuv420p " + ShellQuote(clip));
   HttpServer server;
   server.serveDirectory("/hls/", HlsSubtitleSet());
-  OpenPaused(clip);
+  OpenPaused(ColourClip("black", 500, true));
   ASSERT_TRUE(NativeOpenSubtitleURI(server.url("/hls/master.m3u8").c_str()));
   KORVIDUnity_SetCaptionStream(1);  // before the first load: takes effect
 
@@ -269,9 +239,7 @@ TEST_F(SubtitleUpdate, HlsRenditionsSegmentBySegment) {
 
   // Past Vier the third segment, which has no cues, ends the updates.
   ASSERT_NEAR(PauseAt(450000), 450000, 2000);
-  EXPECT_EQ(Update(), 4);
-  EXPECT_EQ(Update(), -255);
-  EXPECT_EQ(Update(), 0);
+  for (const int32_t expected : {4, -255, 0}) EXPECT_EQ(Update(), expected);
   EXPECT_EQ(server.requestsFor("/hls/out_Deutsch2.vtt").size(), 1u);
   EXPECT_TRUE(server.requestsFor("/hls/out_English0.vtt").empty());
 }

@@ -1,26 +1,37 @@
 #include "support/background_process.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <stdexcept>
 #include <thread>
+
+#include "support/headless_env.h"
+#include "support/http_server.h"
+#include "support/process.h"
 
 namespace korvid::test {
 namespace {
 
-sockaddr_in Loopback(int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
+// Polls `condition` every 50 ms for up to `seconds`; throws `failure` when it never holds.
+void AwaitOrThrow(const std::function<bool()>& condition, int seconds, const std::string& failure) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error(failure);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+}
+
+std::string ReadText(const std::string& path) {
+  std::ifstream in(path);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 }  // namespace
@@ -31,12 +42,9 @@ BackgroundProcess::BackgroundProcess(const std::string& command, const std::stri
   if (pid_ == 0) {
     setpgid(0, 0);
     const int log = open(logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-    const int nothing = open("/dev/null", O_RDONLY);
-    if (log >= 0) {
-      dup2(log, 1);
-      dup2(log, 2);
-    }
-    if (nothing >= 0) dup2(nothing, 0);
+    dup2(log, 1);
+    dup2(log, 2);
+    dup2(open("/dev/null", O_RDONLY), 0);
     execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
     _exit(127);
   }
@@ -44,7 +52,6 @@ BackgroundProcess::BackgroundProcess(const std::string& command, const std::stri
 }
 
 BackgroundProcess::~BackgroundProcess() {
-  if (pid_ <= 0) return;
   kill(-pid_, SIGTERM);
   for (int i = 0; i < 100; ++i) {
     if (waitpid(pid_, nullptr, WNOHANG) == pid_) return;
@@ -54,32 +61,55 @@ BackgroundProcess::~BackgroundProcess() {
   waitpid(pid_, nullptr, 0);
 }
 
-bool BackgroundProcess::running() const { return pid_ > 0 && waitpid(pid_, nullptr, WNOHANG) == 0; }
-
-int FreeLoopbackPort() {
-  const int s = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address = Loopback(0);
-  socklen_t length = sizeof address;
-  if (s < 0 || bind(s, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      getsockname(s, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-    if (s >= 0) close(s);
-    throw std::runtime_error("no free loopback port");
-  }
-  close(s);
-  return ntohs(address.sin_port);
+LiveHlsPackager::LiveHlsPackager() {
+  static int serial = 0;
+  dir_ = WorkDir() + "/live-hls-" + std::to_string(++serial);
+  std::filesystem::create_directories(dir_);
+  std::ofstream(dir_ + "/master.m3u8") << "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=300000,RESOLUTION=320x240\nindex.m3u8\n";
+  ffmpeg_ = std::make_unique<BackgroundProcess>(
+      "cd " + ShellQuote(dir_) +
+          " && exec ffmpeg -nostdin -loglevel error -re -f lavfi -i testsrc=s=320x240:r=25 -f lavfi -i sine=f=440"
+          " -c:v libx264 -preset ultrafast -g 25 -c:a aac -f hls -hls_time 1 -hls_list_size 6"
+          " -hls_flags delete_segments index.m3u8",
+      dir_ + "/ffmpeg.log");
+  AwaitOrThrow(
+      [&] {
+        const std::string playlist = ReadText(dir_ + "/index.m3u8");
+        std::size_t segments = 0;
+        for (auto at = playlist.find("#EXTINF"); at != std::string::npos; at = playlist.find("#EXTINF", at + 1)) ++segments;
+        return segments >= 3;
+      },
+      20, "live packager did not start: " + dir_);
 }
 
-bool WaitForListener(int port, int timeoutMs) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-  while (std::chrono::steady_clock::now() < deadline) {
-    const int s = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = Loopback(port);
-    const bool connected = s >= 0 && connect(s, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-    if (s >= 0) close(s);
-    if (connected) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
-  return false;
+// nginx writes its pid file once its listening sockets are open.
+RtmpServer::RtmpServer() : dir_(WorkDir() + "/rtmp"), port_(DeadLoopbackPort()) {
+  std::filesystem::create_directories(dir_);
+  std::ofstream(dir_ + "/nginx.conf") << "load_module /usr/lib/nginx/modules/ngx_rtmp_module.so;\n"
+                                      << "daemon off;\nmaster_process off;\npid " << dir_ << "/nginx.pid;\n"
+                                      << "error_log " << dir_ << "/error.log;\nevents {}\n"
+                                      << "rtmp { server { listen 127.0.0.1:" << port_
+                                      << "; application live { live on; } } }\n";
+  nginx_ = std::make_unique<BackgroundProcess>(
+      "exec nginx -p " + ShellQuote(dir_) + " -c " + ShellQuote(dir_ + "/nginx.conf"), dir_ + "/nginx.out");
+  AwaitOrThrow([&] { return std::filesystem::exists(dir_ + "/nginx.pid"); }, 10, "nginx did not start; see " + dir_);
+}
+
+RtmpServer::~RtmpServer() {
+  publisher_.reset();
+  nginx_.reset();
+}
+
+void RtmpServer::publish(const std::string& colour, const std::string& name) {
+  publisher_ = std::make_unique<BackgroundProcess>(
+      "exec ffmpeg -nostdin -loglevel error -re -f lavfi -i color=c=" + colour +
+          ":s=320x240:r=25 -f lavfi -i sine=f=440:sample_rate=44100 -c:v libx264 -preset ultrafast -tune zerolatency"
+          " -g 25 -c:a aac -f flv " + ShellQuote(url(name)),
+      dir_ + "/publisher.log");
+}
+
+std::string RtmpServer::url(const std::string& name) const {
+  return "rtmp://127.0.0.1:" + std::to_string(port_) + "/live/" + name;
 }
 
 }  // namespace korvid::test

@@ -3,10 +3,9 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
+#include <future>
 #include <string>
 #include <thread>
 
@@ -17,22 +16,14 @@ namespace korvid::test {
 // names it on standard error and ends the process, which fails the test.
 template <typename Call>
 auto ReturnsWithin(std::chrono::seconds limit, const std::string& what, Call&& call) {
-  std::mutex mutex;
-  std::condition_variable finished;
-  bool done = false;
-  std::thread watchdog([&] {
-    std::unique_lock lock(mutex);
-    if (!finished.wait_for(lock, limit, [&] { return done; })) {
-      std::fprintf(stderr, "%s did not return within %lld s\n", what.c_str(), static_cast<long long>(limit.count()));
-      std::_Exit(EXIT_FAILURE);
-    }
+  std::promise<void> returned;
+  std::thread watchdog([&, done = returned.get_future()] {
+    if (done.wait_for(limit) == std::future_status::ready) return;
+    std::fprintf(stderr, "%s did not return within %lld s\n", what.c_str(), static_cast<long long>(limit.count()));
+    std::_Exit(EXIT_FAILURE);
   });
   const auto result = call();
-  {
-    const std::lock_guard lock(mutex);
-    done = true;
-  }
-  finished.notify_one();
+  returned.set_value();
   watchdog.join();
   return result;
 }

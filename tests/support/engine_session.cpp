@@ -1,21 +1,23 @@
 #include "support/engine_session.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <thread>
 
 #include "exports/korvid_exports.h"
 
 namespace korvid::test {
 
-EngineSession::EngineSession(uint8_t logLevel) : initResult_(NativeInit(logLevel)) {}
+EngineSession::EngineSession(int32_t slots) {
+  if (slots > 1) NativeSetMultiStream(slots);
+  initResult_ = NativeInit(0);
+}
 
 EngineSession::~EngineSession() { NativeShutdown(); }
 
 void DrainEvents(std::vector<int32_t>& into) {
-  while (!NativeQueueIsEmpty()) {
-    into.push_back(NativeQueueFrontParamEvent());
-    NativeQueuePop();
-  }
+  for (; !NativeQueueIsEmpty(); NativeQueuePop()) into.push_back(NativeQueueFrontParamEvent());
 }
 
 bool WaitUntil(const std::function<bool()>& condition, std::vector<int32_t>& seen,
@@ -29,39 +31,26 @@ bool WaitUntil(const std::function<bool()>& condition, std::vector<int32_t>& see
   }
 }
 
-bool WaitForEvent(int32_t code, std::vector<int32_t>& seen, std::chrono::milliseconds timeout) {
-  const std::size_t from = seen.size();
-  return WaitUntil([&] { return std::find(seen.begin() + static_cast<long>(from), seen.end(), code) != seen.end(); },
-                   seen, timeout);
+bool WaitForEvent(int32_t code, std::vector<int32_t>& seen, std::chrono::milliseconds timeout, long count) {
+  return WaitUntil([&] { return Count(seen, code) >= count; }, seen, timeout);
 }
 
-bool WaitForQuiet(std::vector<int32_t>& seen, std::chrono::milliseconds quiet, std::chrono::milliseconds timeout) {
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
-  auto lastEvent = std::chrono::steady_clock::now();
-  for (;;) {
-    const std::size_t before = seen.size();
-    DrainEvents(seen);
-    const auto now = std::chrono::steady_clock::now();
-    if (seen.size() != before) lastEvent = now;
-    if (now - lastEvent >= quiet) return true;
-    if (now >= deadline) return false;
-    std::this_thread::sleep_for(10ms);
-  }
+bool WaitForQuiet(std::vector<int32_t>& seen, std::chrono::milliseconds quiet) {
+  auto last = std::chrono::steady_clock::now();
+  std::size_t before = seen.size();
+  return WaitUntil(
+      [&] {
+        if (seen.size() != std::exchange(before, seen.size())) last = std::chrono::steady_clock::now();
+        return std::chrono::steady_clock::now() - last >= quiet;
+      },
+      seen);
 }
 
-bool ContainsInOrder(const std::vector<int32_t>& events, const std::vector<int32_t>& sequence) {
-  auto at = events.begin();
-  for (const int32_t code : sequence) {
-    at = std::find(at, events.end(), code);
-    if (at == events.end()) return false;
-    ++at;
-  }
-  return true;
+bool ContainsRun(const std::vector<int32_t>& events, const std::vector<int32_t>& run) {
+  return std::search(events.begin(), events.end(), run.begin(), run.end()) != events.end();
 }
 
-bool ContainsRun(const std::vector<int32_t>& events, const std::vector<int32_t>& sequence) {
-  return std::search(events.begin(), events.end(), sequence.begin(), sequence.end()) != events.end();
-}
+long Count(const std::vector<int32_t>& events, int32_t code) { return std::count(events.begin(), events.end(), code); }
 
 std::string Describe(const std::vector<int32_t>& events) {
   std::string text;
@@ -69,9 +58,30 @@ std::string Describe(const std::vector<int32_t>& events) {
   return "[" + text + "]";
 }
 
-Pixel PixelAt(const std::vector<uint8_t>& frame, int x, int y) {
-  const std::size_t at = (static_cast<std::size_t>(y) * 1920 + static_cast<std::size_t>(x)) * 4;
-  return Pixel{frame[at], frame[at + 1], frame[at + 2], frame[at + 3]};
+bool Shows(const std::vector<uint8_t>& frame, int r, int g, int b, int x, int y) {
+  const uint8_t* p = &frame[(static_cast<std::size_t>(y) * 1920 + static_cast<std::size_t>(x)) * 4];
+  return std::abs(p[0] - r) < 48 && std::abs(p[1] - g) < 48 && std::abs(p[2] - b) < 48;
+}
+
+std::string PixelText(const std::vector<uint8_t>& frame, int x, int y) {
+  const uint8_t* p = &frame[(static_cast<std::size_t>(y) * 1920 + static_cast<std::size_t>(x)) * 4];
+  return std::to_string(p[0]) + "," + std::to_string(p[1]) + "," + std::to_string(p[2]) + "," + std::to_string(p[3]);
+}
+
+int32_t SlotState(int32_t slot) {
+  NativeControlInstance(slot);
+  return NativeGetPlayerState();
+}
+
+std::string Captured(const std::function<void()>& body) {
+  testing::internal::CaptureStdout();
+  body();
+  std::fflush(stdout);
+  return testing::internal::GetCapturedStdout();
+}
+
+std::string LogLine(const std::string& method, int line) {
+  return "Korvid Native Windows Log : method : " + method + " (L " + std::to_string(line) + ") \n";
 }
 
 }  // namespace korvid::test

@@ -1,6 +1,8 @@
 // Helpers for tests that drive the real engine through the exported interface.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -11,14 +13,16 @@ namespace korvid::test {
 
 using namespace std::chrono_literals;
 
-// NativeInit on construction, NativeShutdown on destruction.
+inline constexpr int32_t kFrameBytes = 8294400;
+
+// NativeSetMultiStream(slots) when `slots` is above 1, then NativeInit on
+// construction; NativeShutdown on destruction.
 class EngineSession {
  public:
-  explicit EngineSession(uint8_t logLevel = 0);
+  explicit EngineSession(int32_t slots = 1);
   ~EngineSession();
   EngineSession(const EngineSession&) = delete;
   EngineSession& operator=(const EngineSession&) = delete;
-
   int32_t initResult() const { return initResult_; }
 
  private:
@@ -27,31 +31,46 @@ class EngineSession {
 
 // Pops every queued event, in order, into `into`.
 void DrainEvents(std::vector<int32_t>& into);
-
-// Pops events into `seen` until `code` has been popped or `timeout` passes.
-// Returns whether it arrived.
-bool WaitForEvent(int32_t code, std::vector<int32_t>& seen, std::chrono::milliseconds timeout = 10s);
-
-// Polls `condition` (draining events into `seen`) until it holds or `timeout` passes.
+// Polls `condition` every 10 ms (popping events into `seen`) until it holds or `timeout` passes.
 bool WaitUntil(const std::function<bool()>& condition, std::vector<int32_t>& seen,
                std::chrono::milliseconds timeout = 10s);
-
-// Pops events into `seen` until none has arrived for `quiet` (the engine has
-// settled) or `timeout` passes. Returns whether it settled.
-bool WaitForQuiet(std::vector<int32_t>& seen, std::chrono::milliseconds quiet = 700ms,
-                  std::chrono::milliseconds timeout = 10s);
-
-// True when `sequence` occurs in `events` in order, not necessarily adjacent.
-bool ContainsInOrder(const std::vector<int32_t>& events, const std::vector<int32_t>& sequence);
-// True when `sequence` occurs in `events` as one adjacent run.
-bool ContainsRun(const std::vector<int32_t>& events, const std::vector<int32_t>& sequence);
-
+// Until `seen` holds `count` events `code` (or `timeout` passes).
+bool WaitForEvent(int32_t code, std::vector<int32_t>& seen, std::chrono::milliseconds timeout = 10s, long count = 1);
+// Until no event has arrived for `quiet`: the engine has settled.
+bool WaitForQuiet(std::vector<int32_t>& seen, std::chrono::milliseconds quiet = 700ms);
+// True when `run` occurs in `events` as one adjacent run.
+bool ContainsRun(const std::vector<int32_t>& events, const std::vector<int32_t>& run);
+long Count(const std::vector<int32_t>& events, int32_t code);
 std::string Describe(const std::vector<int32_t>& events);
 
-// The pixel (red, green, blue, padding) at (x, y) of a delivered frame.
-struct Pixel {
-  int r, g, b, a;
+// Whether the pixel at (x, y) of a delivered frame is within 48 of (r, g, b)
+// in each channel: the clips pass through 4:2:0 YUV and back.
+bool Shows(const std::vector<uint8_t>& frame, int r, int g, int b, int x = 960, int y = 540);
+std::string PixelText(const std::vector<uint8_t>& frame, int x = 960, int y = 540);
+
+// NativeGetPlayerState of `slot`, chosen with NativeControlInstance.
+int32_t SlotState(int32_t slot);
+
+// What `body` printed to standard output (the log lines).
+std::string Captured(const std::function<void()>& body);
+// The log line `method` prints with logging on.
+std::string LogLine(const std::string& method, int line);
+
+// A fixture with a started engine, the events popped so far and a frame buffer.
+class EngineTest : public testing::Test {
+ protected:
+  explicit EngineTest(int32_t slots = 1) : session_(slots) {}
+  bool Until(const std::function<bool()>& condition, std::chrono::milliseconds timeout = 10s) {
+    return WaitUntil(condition, events_, timeout);
+  }
+  bool WaitFor(int32_t code, long count = 1, std::chrono::milliseconds timeout = 10s) {
+    return WaitForEvent(code, events_, timeout, count);
+  }
+  std::string Seen() const { return Describe(events_); }
+
+  EngineSession session_;
+  std::vector<int32_t> events_;
+  std::vector<uint8_t> frame_ = std::vector<uint8_t>(kFrameBytes);
 };
-Pixel PixelAt(const std::vector<uint8_t>& frame, int x, int y);
 
 }  // namespace korvid::test

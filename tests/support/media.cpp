@@ -1,0 +1,111 @@
+#include "support/media.h"
+
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <random>
+
+#include "support/headless_env.h"
+#include "support/process.h"
+
+namespace korvid::test {
+namespace {
+
+// Runs ffmpeg with `arguments` in the directory `dir` below the working
+// directory, unless the file `made` is there already; returns the path of `made`.
+std::string Make(const std::string& dir, const std::string& made, const std::string& arguments) {
+  static std::mutex mutex;
+  const std::lock_guard lock(mutex);
+  const std::string path = WorkDir() + "/" + dir;
+  if (!std::filesystem::exists(path + "/" + made)) {
+    std::filesystem::create_directories(path);
+    RunCommand("cd " + ShellQuote(path) + " && ffmpeg -nostdin -loglevel error -y " + arguments);
+  }
+  return path + "/" + made;
+}
+
+std::string Directory(const std::string& file) { return std::filesystem::path(file).parent_path().string(); }
+
+std::string FourCueSubRip(const std::string& first, const std::string& second, const std::string& third,
+                          const std::string& fourth) {
+  std::string out;
+  int start = 1;
+  for (const std::string* word : {&first, &second, &third, &fourth}) {
+    out += std::to_string(start / 2 + 1) + "\n00:00:0" + std::to_string(start) + ",000 --> 00:00:0" +
+           std::to_string(start + 1) + ",000\n" + *word + "\n\n";
+    start += 2;
+  }
+  return out;
+}
+
+// Two seconds of a 160 x 120 test pattern, one key frame per second.
+const std::string kPattern =
+    "-f lavfi -i testsrc=size=160x120:rate=10 -t 2 -c:v libx264 -preset ultrafast -pix_fmt yuv420p -b:v 100k -g 10 ";
+
+}  // namespace
+
+std::string ColourClip(const std::string& colour, double seconds, bool silent, const std::string& extension) {
+  const std::string t = std::to_string(seconds);
+  const std::string name = colour + "-" + t + (silent ? "-silent." : ".") + extension;
+  return Make("clips", name,
+              "-f lavfi -i color=c=" + colour + ":s=160x90:r=25" + (silent ? "" : " -f lavfi -i sine=f=440") + " -t " +
+                  t + " -c:v libx264 -preset ultrafast -pix_fmt yuv420p -g 25" + (silent ? "" : " -c:a aac") +
+                  (extension == "faststart.mp4" ? " -movflags +faststart " : " ") + name);
+}
+
+std::string TwoAudioTrackClip() {
+  return Make("clips", "two-audio.mkv",
+              "-f lavfi -i color=c=gray:s=160x90:r=25 -f lavfi -i sine=f=440 -f lavfi -i sine=f=880 -t 30"
+              " -map 0:v -map 1:a -map 2:a -c:v libx264 -preset ultrafast -pix_fmt yuv420p -c:a aac"
+              " -metadata:s:a:0 language=eng -metadata:s:a:1 language=fra two-audio.mkv");
+}
+
+std::string TwoSubtitleTrackClip() {
+  WriteWorkFile("clips/en-cues.srt", FourCueSubRip("One", "Two", "Three", "Four"));
+  WriteWorkFile("clips/fr-cues.srt", FourCueSubRip("Un", "Deux", "Trois", "Quatre"));
+  return Make("clips", "two-subtitles.mkv",
+              "-f lavfi -i testsrc=size=160x120:rate=25 -i en-cues.srt -i fr-cues.srt -t 10 -map 0:v -map 1:s -map 2:s"
+              " -c:v libx264 -preset ultrafast -pix_fmt yuv420p -c:s srt -metadata:s:s:0 language=eng"
+              " -metadata:s:s:1 language=fre two-subtitles.mkv");
+}
+
+std::string GarbageFile(const std::string& name) {
+  std::mt19937 random(12345);
+  std::string bytes(200000, '\0');
+  for (char& b : bytes) b = static_cast<char>(random() & 0xFF);
+  return WriteWorkFile(name, bytes);
+}
+
+std::string WriteWorkFile(const std::string& name, const std::string& text) {
+  const std::string path = WorkDir() + "/" + name;
+  std::filesystem::create_directories(Directory(path));
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+  return path;
+}
+
+std::string HlsSubtitleSet() {
+  WriteWorkFile("hls-subtitles/en.srt", FourCueSubRip("Alpha", "Bravo", "Charlie", "Delta"));
+  WriteWorkFile("hls-subtitles/de.srt", FourCueSubRip("Eins", "Zwei", "Drei", "Vier"));
+  return Directory(Make("hls-subtitles", "master.m3u8",
+                        "-f lavfi -i testsrc=size=160x120:rate=25 -i en.srt -i de.srt -t 10 -map 0:v -map 0:v"
+                        " -map 1:s -map 2:s -c:v libx264 -preset ultrafast -g 25 -c:s webvtt -f hls -hls_time 4"
+                        " -hls_playlist_type vod -master_pl_name master.m3u8 -var_stream_map"
+                        " 'v:0,s:0,sgroup:subs,language:en,name:English v:1,s:1,sgroup:subs,language:de,name:Deutsch'"
+                        " out_%v.m3u8"));
+}
+
+std::string HlsOnDemandSet() {
+  return Directory(Make("hls-vod", "master.m3u8",
+                        kPattern + "-f hls -hls_time 1 -hls_playlist_type vod -master_pl_name master.m3u8"
+                                   " -var_stream_map v:0,name:low %v/index.m3u8"));
+}
+
+std::string HlsLiveSet() {
+  return Directory(Make("hls-live", "master.m3u8",
+                        kPattern + "-f hls -hls_time 1 -hls_list_size 2 -hls_flags omit_endlist"
+                                   " -master_pl_name master.m3u8 -var_stream_map v:0,name:low %v/index.m3u8"));
+}
+
+std::string DashSet() { return Directory(Make("dash", "manifest.mpd", kPattern + "-f dash -seg_duration 1 manifest.mpd")); }
+
+}  // namespace korvid::test

@@ -1,0 +1,44 @@
+// Media and subtitle files the tests play, each made by one ffmpeg call into
+// the test process's working directory on first use and reused after that.
+// Paths are absolute.
+#pragma once
+
+#include <string>
+
+namespace korvid::test {
+
+// `seconds` of one `colour` (as ffmpeg names colours) at 160 x 90, 25 pictures
+// a second with a key frame every second, and a 440 Hz tone unless `silent`.
+// The container follows `extension` ("mp4", "mkv", "ts"); "faststart.mp4"
+// puts the MP4 index in front, as a file meant for progressive download has it.
+std::string ColourClip(const std::string& colour, double seconds, bool silent = false,
+                       const std::string& extension = "mp4");
+
+// A Matroska clip of 30 s with two audio tracks (English 440 Hz, French 880 Hz).
+std::string TwoAudioTrackClip();
+
+// A Matroska clip of 10 s with two SubRip subtitle tracks (English, French)
+// of four one-second cues at 1, 3, 5 and 7 s.
+std::string TwoSubtitleTrackClip();
+
+// 200,000 random bytes under a media file name.
+std::string GarbageFile(const std::string& name);
+
+// Writes `text` byte for byte to `name` in the working directory; returns the path.
+std::string WriteWorkFile(const std::string& name, const std::string& text);
+
+// ffmpeg's HLS muxer: "master.m3u8" with two WebVTT subtitle renditions
+// (LANGUAGE "en": Alpha Bravo Charlie Delta, then "de": Eins Zwei Drei Vier),
+// each a media playlist "out_<Name>_vtt.m3u8" over three 4-second segments
+// "out_<Name><n>.vtt" (the last without cues), beside the video variants.
+std::string HlsSubtitleSet();
+
+// ffmpeg's HLS and DASH muxers on two seconds of a test pattern. HLS:
+// master.m3u8 naming one variant low/index.m3u8 with 1-second segments, on
+// demand (ending in #EXT-X-ENDLIST) or a live-style window of two segments
+// without the end marker. DASH: a static manifest.mpd and its segments.
+std::string HlsOnDemandSet();
+std::string HlsLiveSet();
+std::string DashSet();
+
+}  // namespace korvid::test
