@@ -1,25 +1,19 @@
 #!/usr/bin/env bash
 # Runs the managed test host headless, in a temporary directory:
 #   run_managed_host.sh <mono> <korvid_managed_host.exe> <directory of the library> [host arguments...]
-# The engine writes its log file (C:\REPOS\vlclog.log, a plain name here) into
-# the working directory, SDL gets its dummy drivers, and ALSA a null device
-# through $HOME/.asoundrc.
+# The engine writes its log file into the working directory, SDL gets its
+# dummy drivers, and ALSA a null device through $HOME/.asoundrc.
 #
 # Passes only when the host printed its closing line with no failure: the
 # Mono runtime can exit with status 0 after a native crash on one of the
 # engine's threads, so the status alone is not trusted.
 set -euo pipefail
-mono=$1
-host=$2
-library_dir=$3
+mono=$1 host=$2 library_dir=$3
 shift 3
-
 work=$(mktemp -d "${TMPDIR:-/tmp}/korvid-managed-XXXXXX")
 trap 'rm -rf "$work"' EXIT
 printf 'pcm.!default { type null }\n' > "$work/.asoundrc"
-export HOME="$work"
-export SDL_VIDEODRIVER=dummy
-export SDL_AUDIODRIVER=dummy
+export HOME="$work" SDL_VIDEODRIVER=dummy SDL_AUDIODRIVER=dummy
 export LD_LIBRARY_PATH="$library_dir${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}"
 cd "$work"
 status=0
@@ -29,7 +23,5 @@ if [ -z "$closing" ]; then
   echo "the managed host ended (status $status) without its closing line: it crashed or was killed"
   exit 1
 fi
-case "$closing" in
-  *" 0 failed") exit "$status" ;;
-  *) exit 1 ;;
-esac
+[[ "$closing" == *" 0 failed" ]] && exit "$status"
+exit 1
