@@ -1,150 +1,109 @@
+// The WebVTT and SubRip cue parsers: documents in, cues (or the exception that
+// leaves the parser) out.
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "subtitles/cue_parser.h"
 
+namespace korvid::subtitles {
 namespace {
 
-using korvid::subtitles::CueList;
-using korvid::subtitles::ParseSrtCues;
-using korvid::subtitles::ParseVttCues;
-using korvid::subtitles::SubtitleCue;
+using Cue = std::tuple<double, double, std::string>;  // start and end in milliseconds, text
+using Cues = std::vector<Cue>;
+enum Parser { kVtt, kSrt };
 
-struct Cue {
-  double startMs;
-  double endMs;
-  std::string text;
-  bool operator==(const Cue& o) const { return startMs == o.startMs && endMs == o.endMs && text == o.text; }
-};
-
-std::ostream& operator<<(std::ostream& out, const Cue& c) {
-  return out << "{" << c.startMs << "-" << c.endMs << " \"" << testing::PrintToString(c.text) << "\"}";
-}
-
-std::vector<Cue> Flatten(const CueList& head) {
-  std::vector<Cue> cues;
-  for (const SubtitleCue* c = head.get(); c != nullptr; c = c->next.get()) cues.push_back({c->startMs, c->endMs, c->text});
+Cues Parse(Parser parser, const std::string& doc, std::size_t start = 0) {
+  const CueList head = parser == kVtt ? ParseVttCues(doc, start) : ParseSrtCues(doc, start);
+  Cues cues;
+  for (const SubtitleCue* c = head.get(); c != nullptr; c = c->next.get()) cues.emplace_back(c->startMs, c->endMs, c->text);
   return cues;
 }
 
-std::vector<Cue> Vtt(const std::string& doc) { return Flatten(ParseVttCues(doc, 0)); }
-std::vector<Cue> Srt(const std::string& doc) { return Flatten(ParseSrtCues(doc, 0)); }
-
-// Replaces every LF by CR LF.
-std::string Crlf(const std::string& lf) {
-  std::string out;
-  for (const char c : lf) {
-    if (c == '\n') out += '\r';
-    out += c;
-  }
-  return out;
-}
-
-// Runs `parse` and returns the message of the exception of type E it throws.
-template <typename E, typename F>
-std::string MessageOf(F parse) {
+// The cues of `doc`, or the exception that left the parser.
+std::string Outcome(Parser parser, const std::string& doc) {
   try {
-    parse();
-  } catch (const E& e) {
-    return e.what();
+    return testing::PrintToString(Parse(parser, doc));
+  } catch (const std::invalid_argument& e) {
+    return std::string("invalid_argument: ") + e.what();
+  } catch (const std::out_of_range& e) {
+    return std::string("out_of_range: ") + e.what();
   }
-  return "(nothing thrown)";
 }
 
 const std::string kTwoCues =
     "WEBVTT\n\n1\n00:00:01.000 --> 00:00:02.500\nHello\nWorld\n\n2\n00:00:03.000 --> 00:00:04.000\nBye\n";
+const std::string kTwoCuesCrLf =
+    "WEBVTT\r\n\r\n1\r\n00:00:01.000 --> 00:00:02.500\r\nHello\r\nWorld\r\n\r\n2\r\n00:00:03.000 --> 00:00:04.000\r\nBye\r\n";
+const std::string kSrtBlock = "1\r\n00:00:01,000 --> 00:00:02,000\r\nText\r\n\r\n";
 
-TEST(CueParser, WebVttWithLfAndCrLf) {
-  EXPECT_EQ(Vtt(kTwoCues), (std::vector<Cue>{{1000, 2500, "Hello\nWorld"}, {3000, 4000, "Bye\n"}}));
-  EXPECT_EQ(Vtt(Crlf(kTwoCues)), (std::vector<Cue>{{1000, 2500, "Hello\r\nWorld"}, {3000, 4000, "Bye\r\n"}}));
-}
-
-TEST(CueParser, SubRipBlockByBothParsers) {
-  const std::string block = "1\r\n00:00:01,000 --> 00:00:02,000\r\nText\r\n\r\n";
-  EXPECT_EQ(Srt(block), (std::vector<Cue>{{1000, 2000, "Text"}}));
-  // The comma is an ordinary character to the WebVTT parser: "01,000" reads as 1 ms.
-  EXPECT_EQ(Vtt(block), (std::vector<Cue>{{1, 2, "Text"}}));
-  // And the full stop is one to the SubRip parser.
-  EXPECT_EQ(Srt("00:00:01.900 --> 00:00:02.100\nx\n"), (std::vector<Cue>{{1, 2, "x\n"}}));
-}
-
-TEST(CueParser, TimestampArithmetic) {
-  // The first field always weighs an hour, so the short form counts as hours and minutes.
-  EXPECT_EQ(Vtt("01:30.500 --> 01:31.000\nx\n"), (std::vector<Cue>{{5400500, 5460000, "x\n"}}));
-  // The millisecond field is the integer it spells.
-  EXPECT_EQ(Vtt("00:00:01.5 --> 00:00:02.05\nx\n")[0].startMs, 1005);
-  EXPECT_EQ(Vtt("00:00:01.5 --> 00:00:02.05\nx\n")[0].endMs, 2005);
-  // Cue settings join the end timestamp: later fields are added unweighted.
-  EXPECT_EQ(Vtt("00:00:01.000 --> 00:00:02.000 align:start position:10%\nx\n")[0].endMs, 2010);
-  // One character before the arrow is skipped whatever it is.
-  EXPECT_EQ(Vtt("00:00:01.500--> 00:00:02.000\nx\n")[0].startMs, 1050);
-  EXPECT_EQ(Srt("00:00:01,000  --> 00:00:02,000\nx\n")[0].startMs, 1000);
-  // Only the arrow's own line holds the start: an identifier line above is not read.
-  EXPECT_EQ(Srt("12\n00:01:00,250 --> 00:01:01,000\nx\n")[0].startMs, 60250);
-  // Hours beyond two digits and a leading sign pass through the conversion.
-  EXPECT_EQ(Srt("100:00:00,000 --> -1:00:00,000\nx\n"), (std::vector<Cue>{{360000000, -3600000, "x\n"}}));
-}
-
-TEST(CueParser, TextRules) {
-  // An arrow inside a text starts a cue of its own, timed from its line.
-  EXPECT_EQ(Vtt("00:00:01.000 --> 00:00:02.000\nsee 00:00:05.000 --> here\n\n"),
-            (std::vector<Cue>{{1000, 2000, "see 00:00:05.000 --> here"}, {5000, 0, "\n"}}));
-  // A timing line with a blank line after it takes the next block.
-  EXPECT_EQ(Vtt("00:00:01.000 --> 00:00:02.000\n\nnext block\n\nlast"),
-            (std::vector<Cue>{{1000, 2000, "\nnext block"}}));
-  // A "\r\n" anywhere later wins over the nearer "\n" that ends the timing line.
-  EXPECT_EQ(Vtt("00:00:01.000 --> 00:00:02.000\nA\nB\r\nC\r\n\r\nD"), (std::vector<Cue>{{1000, 2000, "C"}}));
-  // Without an end marker the text runs to the end of the document.
-  EXPECT_EQ(Vtt("00:00:01.000 --> 00:00:02.000\nno end"), (std::vector<Cue>{{1000, 2000, "no end"}}));
-}
-
-TEST(CueParser, NoArrowAndStartPosition) {
-  EXPECT_EQ(ParseVttCues("", 0), nullptr);
-  EXPECT_EQ(ParseSrtCues("WEBVTT\n\n1\n-- > -> x\n", 0), nullptr);
-  EXPECT_EQ(Flatten(ParseVttCues(kTwoCues, kTwoCues.find("-->") + 1)), (std::vector<Cue>{{3000, 4000, "Bye\n"}}));
-  EXPECT_EQ(ParseVttCues(kTwoCues, kTwoCues.size()), nullptr);
-}
-
-TEST(CueParser, SubRipConversionErrors) {
-  using Invalid = std::invalid_argument;
-  using OutOfRange = std::out_of_range;
-  EXPECT_EQ(MessageOf<Invalid>([] { Srt("00::01,000 --> 00:00:02,000\nx\n"); }), "invalid stoi argument");
-  EXPECT_EQ(MessageOf<Invalid>([] { Srt("00:00:01, --> 00:00:02,000\nx\n"); }), "invalid stoi argument");
-  EXPECT_EQ(MessageOf<Invalid>([] { Srt("1\n00:00:01,000 --> 00:00:02,000\nok\n\nab:00 --> 1\n"); }),
-            "invalid stoi argument");
-  EXPECT_EQ(MessageOf<OutOfRange>([] { Srt("00:00:01,2147483648 --> 00:00:02,000\nx\n"); }),
-            "stoi argument out of range");
-  EXPECT_EQ(MessageOf<Invalid>([] { Srt("00:00:01,- 1 --> 00:00:02,000\nx\n"); }), "invalid stoi argument");
-  // Leading white space and a sign are part of the number, as in the C library.
-  EXPECT_EQ(Srt("00:00: +1,-2147483648 --> 0\nx\n")[0].startMs, 1000 - 2147483648.0);
-  // The WebVTT parser reads the same fields as 0 or saturates, without a throw.
-  EXPECT_EQ(Vtt("00::01.000 --> ab:00:02.\nx\n"), (std::vector<Cue>{{1000, 2000, "x\n"}}));
-  EXPECT_EQ(Vtt("00:00:00.99999999999 --> 0\nx\n")[0].startMs, 2147483647);
-}
-
-TEST(CueParser, StopsAtTheDocumentsBounds) {
-  // An arrow at the very start: an empty start timestamp.
-  EXPECT_EQ(Vtt("--> 00:00:02.000\nx\n"), (std::vector<Cue>{{0, 2000, "x\n"}}));
-  EXPECT_EQ(MessageOf<std::invalid_argument>([] { Srt("--> 00:00:02,000\nx\n"); }), "invalid stoi argument");
-  // A timing line with no line break after it: the text would begin past the end.
-  EXPECT_EQ(MessageOf<std::out_of_range>([] { Vtt("00:00:01.000 --> 00:00:02.000"); }), "invalid string position");
-  EXPECT_EQ(MessageOf<std::out_of_range>([] { Vtt("x -->"); }), "invalid string position");
-  EXPECT_EQ(MessageOf<std::out_of_range>([] { Srt("1\n00:00:01,000 --> 00:00:02,000\nok\n\n00:00:03,000 --> 0"); }),
-            "invalid string position");
+TEST(CueParser, DocumentsGiveTheirCuesOrThrow) {
+  struct Case {
+    Parser parser;
+    std::string doc;
+    std::string outcome;
+  };
+  const auto cues = [](const Cues& expected) { return testing::PrintToString(expected); };
+  const std::string kInvalid = "invalid_argument: invalid stoi argument";
+  const std::string kPosition = "out_of_range: invalid string position";
+  const Case cases[] = {
+      {kVtt, kTwoCues, cues({{1000, 2500, "Hello\nWorld"}, {3000, 4000, "Bye\n"}})},
+      {kVtt, kTwoCuesCrLf, cues({{1000, 2500, "Hello\r\nWorld"}, {3000, 4000, "Bye\r\n"}})},
+      {kSrt, kSrtBlock, cues({{1000, 2000, "Text"}})},
+      // The comma is an ordinary character to the WebVTT parser: "01,000" reads as 1 ms; the full stop to SubRip's.
+      {kVtt, kSrtBlock, cues({{1, 2, "Text"}})},
+      {kSrt, "00:00:01.900 --> 00:00:02.100\nx\n", cues({{1, 2, "x\n"}})},
+      // The first field always weighs an hour, so the short form counts as hours and minutes.
+      {kVtt, "01:30.500 --> 01:31.000\nx\n", cues({{5400500, 5460000, "x\n"}})},
+      // The millisecond field is the integer it spells; cue settings join the end, unweighted.
+      {kVtt, "00:00:01.5 --> 00:00:02.05\nx\n", cues({{1005, 2005, "x\n"}})},
+      {kVtt, "00:00:01.000 --> 00:00:02.000 align:start position:10%\nx\n", cues({{1000, 2010, "x\n"}})},
+      // One character before the arrow is skipped whatever it is; only the arrow's line holds the start.
+      {kVtt, "00:00:01.500--> 00:00:02.000\nx\n", cues({{1050, 2000, "x\n"}})},
+      {kSrt, "00:00:01,000  --> 00:00:02,000\nx\n", cues({{1000, 2000, "x\n"}})},
+      {kSrt, "12\n00:01:00,250 --> 00:01:01,000\nx\n", cues({{60250, 61000, "x\n"}})},
+      // Long hours, signs and leading blanks pass through the conversion, as in the C library.
+      {kSrt, "100:00:00,000 --> -1:00:00,000\nx\n", cues({{360000000, -3600000, "x\n"}})},
+      {kSrt, "00:00: +1,-2147483648 --> 0\nx\n", cues({{1000 - 2147483648.0, 0, "x\n"}})},
+      // The WebVTT parser reads bad fields as 0 or saturates, without a throw.
+      {kVtt, "00::01.000 --> ab:00:02.\nx\n", cues({{1000, 2000, "x\n"}})},
+      {kVtt, "00:00:00.99999999999 --> 0\nx\n", cues({{2147483647, 0, "x\n"}})},
+      {kVtt, "--> 00:00:02.000\nx\n", cues({{0, 2000, "x\n"}})},  // an empty start timestamp
+      // An arrow inside a text starts a cue of its own, timed from its line.
+      {kVtt, "00:00:01.000 --> 00:00:02.000\nsee 00:00:05.000 --> here\n\n",
+       cues({{1000, 2000, "see 00:00:05.000 --> here"}, {5000, 0, "\n"}})},
+      // A timing line with a blank line after it takes the next block.
+      {kVtt, "00:00:01.000 --> 00:00:02.000\n\nnext block\n\nlast", cues({{1000, 2000, "\nnext block"}})},
+      // A "\r\n" anywhere later wins over the nearer "\n" that ends the timing line.
+      {kVtt, "00:00:01.000 --> 00:00:02.000\nA\nB\r\nC\r\n\r\nD", cues({{1000, 2000, "C"}})},
+      {kVtt, "00:00:01.000 --> 00:00:02.000\nno end", cues({{1000, 2000, "no end"}})},  // the text runs to the end
+      {kVtt, "", cues({})},
+      // The SubRip path's conversion errors, and positions past the document's end, leave as exceptions.
+      {kSrt, "00::01,000 --> 00:00:02,000\nx\n", kInvalid},
+      {kSrt, "00:00:01, --> 00:00:02,000\nx\n", kInvalid},
+      {kSrt, "1\n00:00:01,000 --> 00:00:02,000\nok\n\nab:00 --> 1\n", kInvalid},
+      {kSrt, "00:00:01,- 1 --> 00:00:02,000\nx\n", kInvalid},
+      {kSrt, "--> 00:00:02,000\nx\n", kInvalid},
+      {kSrt, "00:00:01,2147483648 --> 00:00:02,000\nx\n", "out_of_range: stoi argument out of range"},
+      {kVtt, "00:00:01.000 --> 00:00:02.000", kPosition},  // the text would begin past the end
+      {kVtt, "x -->", kPosition},
+      {kSrt, "1\n00:00:01,000 --> 00:00:02,000\nok\n\n00:00:03,000 --> 0", kPosition},
+      {kSrt, "WEBVTT\n\n1\n-- > -> x\n", cues({})},
+  };
+  for (const Case& c : cases) EXPECT_EQ(Outcome(c.parser, c.doc), c.outcome) << testing::PrintToString(c.doc);
+  // Parsing starts at the given position.
+  EXPECT_EQ(Parse(kVtt, kTwoCues, kTwoCues.find("-->") + 1), (Cues{{3000, 4000, "Bye\n"}}));
+  EXPECT_TRUE(Parse(kVtt, kTwoCues, kTwoCues.size()).empty());
 }
 
 TEST(CueParser, LongListsBuildAndDropInConstantStack) {
   std::string doc;
-  constexpr int kCues = 100000;
-  for (int i = 0; i < kCues; ++i) doc += std::to_string(i + 1) + "\n00:00:01,000 --> 00:00:02,000\nline\n\n";
-  CueList head = ParseSrtCues(doc, 0);
-  int count = 0;
-  for (const SubtitleCue* c = head.get(); c != nullptr; c = c->next.get()) ++count;
-  EXPECT_EQ(count, kCues);
-  head.reset();  // a recursive destructor would overflow the stack here
+  for (int i = 0; i < 100000; ++i) doc += std::to_string(i + 1) + "\n00:00:01,000 --> 00:00:02,000\nline\n\n";
+  EXPECT_EQ(Parse(kSrt, doc).size(), 100000u);  // a recursive destructor would overflow the stack
 }
 
 }  // namespace
+}  // namespace korvid::subtitles
