@@ -1,7 +1,21 @@
 #include "core/platform.h"
 
+#if KORVID_PLATFORM_WINDOWS
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#include <windows.h>
+#endif
 #if KORVID_HAVE_X86_VECTORS && defined(_MSC_VER)
 #include <intrin.h>
+#endif
+
+#if KORVID_PLATFORM_WINDOWS
+// The library has no load-time work of its own: it only tells the loader that
+// it wants no thread attach and detach calls, and leaves unloading to the runtime.
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID /*reserved*/) {
+  if (reason == DLL_PROCESS_ATTACH) DisableThreadLibraryCalls(instance);
+  return TRUE;
+}
 #endif
 
 namespace korvid::platform {

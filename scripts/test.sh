@@ -20,6 +20,11 @@ configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 ctest --test-dir build --output-on-failure -L unit -j"$jobs"
 ctest --test-dir build --output-on-failure -L engine -j1
 
+echo "== Windows DLL"
+# Cross-built with its dependencies, its export and import tables checked, and
+# the unit and Windows-only tests run under Wine.
+bash scripts/test-windows.sh
+
 echo "== Unity package"
 # scripts/package.sh (twice, for the GUIDs) with the library just built, the
 # package's checks, and the managed host against the packaged library.

@@ -68,7 +68,7 @@ bool RecordedRequest::hasHeader(const std::string& name) const {
                      [&name](const auto& entry) { return EqualsIgnoringCase(entry.first, name); });
 }
 
-void HttpServer::PipeClose::operator()(std::FILE* pipe) const noexcept {
+void HttpServer::PipeClose::operator()([[maybe_unused]] std::FILE* pipe) const noexcept {
 #ifndef _WIN32
   pclose(pipe);  // the server sees its input end, stops, and is waited for
 #endif
@@ -174,6 +174,25 @@ bool HttpServer::waitForRequests(std::size_t count, std::chrono::milliseconds ti
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   return true;
+}
+
+HttpServer& SharedServer(HttpServer::Scheme scheme) {
+  static std::unique_ptr<HttpServer> servers[2];
+  std::unique_ptr<HttpServer>& server = servers[scheme == HttpServer::Scheme::kHttps ? 1 : 0];
+  if (!server) server = std::make_unique<HttpServer>(scheme);
+  return *server;
+}
+
+bool UntrustedCertificatesAreRefused() {
+#ifdef _WIN32
+  return GetProcAddress(GetModuleHandleA("ntdll.dll"), "wine_get_version") == nullptr;
+#else
+  return true;
+#endif
+}
+
+std::string DeadLocation(const std::string& path) {
+  return "http://127.0.0.1:" + std::to_string(DeadLoopbackPort()) + path;
 }
 
 uint16_t DeadLoopbackPort() {

@@ -104,7 +104,17 @@ class HttpServer {
   uint16_t port_ = 0;
 };
 
+// The process's server of `scheme`, started on first use and kept to the end;
+// its routes and requests carry over from test to test.
+HttpServer& SharedServer(HttpServer::Scheme scheme = HttpServer::Scheme::kHttp);
+
 // A loopback port on which nothing listens: bound once, then released.
 uint16_t DeadLoopbackPort();
+// `path` on 127.0.0.1 at such a port.
+std::string DeadLocation(const std::string& path);
+
+// False under Wine, whose TLS takes any server certificate: there a client
+// that verifies peers still reaches the self-signed server.
+bool UntrustedCertificatesAreRefused();
 
 }  // namespace korvid::test

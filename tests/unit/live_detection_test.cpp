@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <string>
 
 #include "core/log.h"
@@ -11,7 +10,7 @@
 #include "exports/korvid_exports.h"
 #include "net/live_detection.h"
 #include "support/http_server.h"
-#include "support/stream_sets.h"
+#include "support/media.h"
 
 namespace {
 
@@ -89,120 +88,101 @@ std::string Master(const std::string& firstVariant, const std::string& lineEnd =
          lineEnd + "#EXT-X-STREAM-INF:BANDWIDTH=900000" + lineEnd + "second/index.m3u8" + lineEnd;
 }
 
+// The verdict for `url`, starting from the opposite of `expected` so that a
+// call that leaves the flag alone cannot pass.
+bool Verdict(const std::string& url, const std::string& kind, bool expected) {
+  korvid::Record().isLive = !expected;
+  CheckLiveStreaming(url.c_str(), kind);
+  return NativeIsLive();
+}
+
 class LiveDetection : public testing::Test {
  protected:
-  static void SetUpTestSuite() {
-    http_ = std::make_unique<HttpServer>();
-    https_ = std::make_unique<HttpServer>(HttpServer::Scheme::kHttps);
-  }
-  static void TearDownTestSuite() {
-    http_.reset();
-    https_.reset();
-  }
-  void SetUp() override { http_->clearRequests(); }
+  void SetUp() override { http_.clearRequests(); }
 
-  // The ffmpeg-made sets, generated on first use: /vod/ and /live/ (HLS),
-  // /dash/ on the HTTP server, /vod/ on the HTTPS one.
-  static void ServeHlsSets() {
-    http_->serveDirectory("/vod/", korvid::test::HlsOnDemandSet());
-    http_->serveDirectory("/live/", korvid::test::HlsLiveSet());
-    https_->serveDirectory("/vod/", korvid::test::HlsOnDemandSet());
-  }
-
-  // The verdict for `url`, starting from the opposite of `expected` so that a
-  // call that leaves the flag alone cannot pass.
-  static bool Verdict(const std::string& url, const std::string& kind, bool expected) {
-    korvid::Record().isLive = !expected;
-    CheckLiveStreaming(url.c_str(), kind);
-    return NativeIsLive();
-  }
-
-  static std::unique_ptr<HttpServer> http_;
-  static std::unique_ptr<HttpServer> https_;
+  HttpServer& http_ = korvid::test::SharedServer();
+  HttpServer& https_ = korvid::test::SharedServer(HttpServer::Scheme::kHttps);
 };
 
-std::unique_ptr<HttpServer> LiveDetection::http_;
-std::unique_ptr<HttpServer> LiveDetection::https_;
-
-TEST_F(LiveDetection, DashIsLiveOnlyForADynamicManifest) {
-  http_->serveDirectory("/dash/", korvid::test::DashSet());
+TEST_F(LiveDetection, FfmpegMadeSetsAreJudgedByTheirManifests) {
+  http_.serveDirectory("/dash/", korvid::test::DashSet());
   const std::string ffmpegManifest = ReadFile(korvid::test::DashSet() + "/manifest.mpd");
   ASSERT_NE(ffmpegManifest.find("type=\"static\""), std::string::npos);
-  EXPECT_FALSE(Verdict(http_->url("/dash/manifest.mpd"), "mpd", false));
-
+  EXPECT_FALSE(Verdict(http_.url("/dash/manifest.mpd"), "mpd", false));
   std::string dynamicManifest = ffmpegManifest;
   dynamicManifest.replace(dynamicManifest.find("type=\"static\""), 13, "type=\"dynamic\"");
-  http_->serve("/dyn.mpd", dynamicManifest, "application/dash+xml");
-  EXPECT_TRUE(Verdict(http_->url("/dyn.mpd"), "mpd", true));
-  EXPECT_FALSE(Verdict(http_->url("/dyn.mpd"), "MPD", false));
+  http_.serve("/dyn.mpd", dynamicManifest, "application/dash+xml");
+  EXPECT_TRUE(Verdict(http_.url("/dyn.mpd"), "mpd", true));
 
-  http_->serve("/quoted.mpd", "<MPD type='dynamic'/>");
-  http_->serve("/spaced.mpd", "<MPD type = \"dynamic\"/>");
-  EXPECT_FALSE(Verdict(http_->url("/quoted.mpd"), "mpd", false));
-  EXPECT_FALSE(Verdict(http_->url("/spaced.mpd"), "mpd", false));
-  EXPECT_EQ(http_->requestsFor("/dyn.mpd").size(), 1u);  // the upper-case kind fetched nothing
-}
-
-TEST_F(LiveDetection, HlsMasterIsJudgedByItsFirstVariant) {
-  ServeHlsSets();
-  EXPECT_FALSE(Verdict(http_->url("/vod/master.m3u8"), "m3u8", false));
-  EXPECT_TRUE(Verdict(http_->url("/live/master.m3u8"), "m3u8", true));
+  http_.serveDirectory("/vod/", korvid::test::HlsOnDemandSet());
+  http_.serveDirectory("/live/", korvid::test::HlsLiveSet());
+  https_.serveDirectory("/vod/", korvid::test::HlsOnDemandSet());
+  http_.clearRequests();
+  EXPECT_FALSE(Verdict(http_.url("/vod/master.m3u8"), "m3u8", false));
+  EXPECT_TRUE(Verdict(http_.url("/live/master.m3u8"), "m3u8", true));
   // Only the two playlists were read: no segment, no second variant.
   std::vector<std::string> paths;
-  for (const auto& request : http_->requests()) paths.push_back(request.path);
+  for (const auto& request : http_.requests()) paths.push_back(request.path);
   EXPECT_EQ(paths, (std::vector<std::string>{"/vod/master.m3u8", "/vod/low/index.m3u8", "/live/master.m3u8",
                                              "/live/low/index.m3u8"}));
+  // A media playlist given directly counts as live, ending or not.
+  ASSERT_NE(ReadFile(korvid::test::HlsOnDemandSet() + "/low/index.m3u8").find("#EXT-X-ENDLIST"), std::string::npos);
+  EXPECT_TRUE(Verdict(http_.url("/vod/low/index.m3u8"), "m3u8", true));
+  EXPECT_FALSE(Verdict(http_.url("/vod/low/index.m3u8"), "M3U8", false));
+  EXPECT_FALSE(Verdict(https_.url("/vod/master.m3u8"), "m3u8", false));  // untrusted HTTPS is read
+}
+
+TEST_F(LiveDetection, ManifestTextAndVariantsDecide) {
+  http_.serve("/dyn.mpd", "<MPD profiles=\"x\"\n\ttype=\"dynamic\"\n>", "application/dash+xml");
+  EXPECT_TRUE(Verdict(http_.url("/dyn.mpd"), "mpd", true));
+  EXPECT_FALSE(Verdict(http_.url("/dyn.mpd"), "MPD", false));
+  http_.serve("/quoted.mpd", "<MPD type='dynamic'/>");
+  http_.serve("/spaced.mpd", "<MPD type = \"dynamic\"/>");
+  EXPECT_FALSE(Verdict(http_.url("/quoted.mpd"), "mpd", false));
+  EXPECT_FALSE(Verdict(http_.url("/spaced.mpd"), "mpd", false));
+  EXPECT_EQ(http_.requestsFor("/dyn.mpd").size(), 1u);  // the upper-case kind fetched nothing
 
   // The first variant decides even when a later one differs.
-  http_->serve("/mixed/master.m3u8", Master("first.m3u8"));
-  http_->serve("/mixed/first.m3u8", kVodMedia);
-  http_->serve("/mixed/second/index.m3u8", kLiveMedia);
-  EXPECT_FALSE(Verdict(http_->url("/mixed/master.m3u8"), "m3u8", false));
-  EXPECT_TRUE(http_->requestsFor("/mixed/second/index.m3u8").empty());
-}
+  http_.serve("/mixed/master.m3u8", Master("first.m3u8"));
+  http_.serve("/mixed/first.m3u8", kVodMedia);
+  http_.serve("/mixed/second/index.m3u8", kLiveMedia);
+  EXPECT_FALSE(Verdict(http_.url("/mixed/master.m3u8"), "m3u8", false));
+  EXPECT_TRUE(http_.requestsFor("/mixed/second/index.m3u8").empty());
+  http_.serve("/live/first.m3u8", kLiveMedia);
+  http_.serve("/live/m.m3u8", Master("first.m3u8"));
+  EXPECT_TRUE(Verdict(http_.url("/live/m.m3u8"), "m3u8", true));
 
-TEST_F(LiveDetection, CrLfVariantWithQueryIsFetchedRelativeWithoutTheQuery) {
-  http_->serve("/a/master.m3u8", Master("low/index.m3u8?x=1", "\r\n"));
-  http_->serve("/a/low/index.m3u8", std::string(kVodMedia));
-  EXPECT_FALSE(Verdict(http_->url("/a/master.m3u8"), "m3u8", false));
-  const auto variant = http_->requestsFor("/a/low/index.m3u8");
+  // CR LF lines and a query: fetched relative, without the query.
+  http_.serve("/a/master.m3u8", Master("low/index.m3u8?x=1", "\r\n"));
+  http_.serve("/a/low/index.m3u8", kVodMedia);
+  EXPECT_FALSE(Verdict(http_.url("/a/master.m3u8"), "m3u8", false));
+  const auto variant = http_.requestsFor("/a/low/index.m3u8");
   ASSERT_EQ(variant.size(), 1u);
   EXPECT_EQ(variant[0].query, "");
-}
 
-TEST_F(LiveDetection, AbsoluteVariantIsFetchedAsItStandsEvenOverUntrustedHttps) {
-  ServeHlsSets();
-  http_->serve("/abs/master.m3u8", Master(https_->url("/vod/low/index.m3u8")));
-  EXPECT_FALSE(Verdict(http_->url("/abs/master.m3u8"), "m3u8", false));
-  // The master itself over HTTPS with the self-signed certificate.
-  EXPECT_FALSE(Verdict(https_->url("/vod/master.m3u8"), "m3u8", false));
-}
-
-TEST_F(LiveDetection, MediaPlaylistGivenDirectlyCountsAsLive) {
-  ServeHlsSets();
-  const std::string vodMedia = ReadFile(korvid::test::HlsOnDemandSet() + "/low/index.m3u8");
-  ASSERT_NE(vodMedia.find("#EXT-X-ENDLIST"), std::string::npos);
-  EXPECT_TRUE(Verdict(http_->url("/vod/low/index.m3u8"), "m3u8", true));
-  EXPECT_FALSE(Verdict(http_->url("/vod/low/index.m3u8"), "M3U8", false));
+  // An absolute variant is fetched as it stands, here over untrusted HTTPS.
+  https_.serve("/vod.m3u8", kVodMedia);
+  http_.serve("/abs/master.m3u8", Master(https_.url("/vod.m3u8")));
+  EXPECT_FALSE(Verdict(http_.url("/abs/master.m3u8"), "m3u8", false));
 }
 
 TEST_F(LiveDetection, FailedFetchesGiveHlsLiveAndDashNot) {
-  const std::string dead = "http://127.0.0.1:" + std::to_string(korvid::test::DeadLoopbackPort());
+  const std::string dead = korvid::test::DeadLocation("");
   EXPECT_TRUE(Verdict(dead + "/master.m3u8", "m3u8", true));
   EXPECT_FALSE(Verdict(dead + "/manifest.mpd", "mpd", false));
-  http_->serveStatus("/gone.mpd", 404);
-  EXPECT_FALSE(Verdict(http_->url("/gone.mpd"), "mpd", false));
+  http_.serveStatus("/gone.mpd", 404);
+  EXPECT_FALSE(Verdict(http_.url("/gone.mpd"), "mpd", false));
 
   // A master whose first variant cannot be read.
-  http_->serve("/deadvariant.m3u8", Master(dead + "/v.m3u8"));
-  EXPECT_TRUE(Verdict(http_->url("/deadvariant.m3u8"), "m3u8", true));
-  http_->serve("/b/master.m3u8", Master("missing.m3u8"));
-  http_->serveStatus("/b/missing.m3u8", 500);
-  EXPECT_TRUE(Verdict(http_->url("/b/master.m3u8"), "m3u8", true));
+  http_.serve("/deadvariant.m3u8", Master(dead + "/v.m3u8"));
+  EXPECT_TRUE(Verdict(http_.url("/deadvariant.m3u8"), "m3u8", true));
+  http_.serve("/b/master.m3u8", Master("missing.m3u8"));
+  http_.serveStatus("/b/missing.m3u8", 500);
+  EXPECT_TRUE(Verdict(http_.url("/b/master.m3u8"), "m3u8", true));
   // A master naming no playlist at all: nothing to follow.
-  http_->serve("/c/master.m3u8", "#EXTM3U\n#EXT-X-STREAM-INF:B=1\nvideo.mp4\n");
-  EXPECT_TRUE(Verdict(http_->url("/c/master.m3u8"), "m3u8", true));
-  EXPECT_EQ(http_->requests().size(), 5u);
+  http_.serve("/c/master.m3u8", "#EXTM3U\n#EXT-X-STREAM-INF:B=1\nvideo.mp4\n");
+  EXPECT_TRUE(Verdict(http_.url("/c/master.m3u8"), "m3u8", true));
+  EXPECT_EQ(http_.requests().size(), 5u);
 
   korvid::Record().isLive = false;
   CheckLiveStreaming(nullptr, "m3u8");
@@ -212,12 +192,12 @@ TEST_F(LiveDetection, FailedFetchesGiveHlsLiveAndDashNot) {
 }
 
 TEST_F(LiveDetection, OtherKindsAreNotLiveAndNeverFetched) {
-  http_->serve("/clip.mp4", "#EXT-X-STREAM-INF type=\"dynamic\"");
+  http_.serve("/clip.mp4", "#EXT-X-STREAM-INF type=\"dynamic\"");
   for (const char* kind : {"mp4", "", "MPD", "M3U8", "m3u8?x=1", "mpd "}) {
-    EXPECT_FALSE(Verdict(http_->url("/clip.mp4"), kind, false)) << kind;
+    EXPECT_FALSE(Verdict(http_.url("/clip.mp4"), kind, false)) << kind;
   }
   EXPECT_FALSE(Verdict("clip.m3u8", "ts", false));
-  EXPECT_TRUE(http_->requests().empty());
+  EXPECT_TRUE(http_.requests().empty());
 }
 
 TEST_F(LiveDetection, LogsItsLineAndNativeIsLiveLogsItsOwn) {

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,7 +12,7 @@
 #include "subtitles/subtitle_source.h"
 #include "subtitles/subtitle_state.h"
 #include "support/http_server.h"
-#include "support/subtitle_media.h"
+#include "support/media.h"
 
 namespace {
 
@@ -30,18 +29,15 @@ using PairList = std::vector<std::pair<std::string, std::string>>;
 
 class SubtitleSources : public testing::Test {
  protected:
-  static void SetUpTestSuite() { server_ = std::make_unique<HttpServer>(); }
-  static void TearDownTestSuite() { server_.reset(); }
   void SetUp() override {
-    server_->clearRequests();
+    server_.clearRequests();
     subs::ResetOnInit();
     subs::State().tracks.clear();
   }
   void TearDown() override { SetUp(); }
 
-  static std::unique_ptr<HttpServer> server_;
+  HttpServer& server_ = korvid::test::SharedServer();
 };
-std::unique_ptr<HttpServer> SubtitleSources::server_;
 
 TEST_F(SubtitleSources, ExtensionDecidesTheKindOfSource) {
   EXPECT_TRUE(NativeOpenSubtitleURI("subs/first.srt"));
@@ -56,41 +52,40 @@ TEST_F(SubtitleSources, ExtensionDecidesTheKindOfSource) {
   EXPECT_EQ(Tracks(), (PairList{{"?", "subs/en.srt"}}));
   EXPECT_EQ(subs::State().sourceMode, subs::SourceMode::kDirectFile);
   EXPECT_FALSE(NativeOpenSubtitleURI(nullptr));
-  EXPECT_TRUE(server_->requests().empty());  // a direct file is not touched at open time
+  EXPECT_TRUE(server_.requests().empty());  // a direct file is not touched at open time
 }
 
 TEST_F(SubtitleSources, MasterPlaylistTracksAreResolvedAgainstItsDirectory) {
-  server_->serve("/hls/master.m3u8",
+  server_.serve("/hls/master.m3u8",
                  "#EXTM3U\n#EXT-X-MEDIA:TYPE=SUBTITLES,LANGUAGE=\"en\",NAME=\"English\",URI=\"subs/en.m3u8\"\n"
                  "#EXT-X-MEDIA:TYPE=SUBTITLES,NAME=\"Other\",URI=\"/abs/../x.m3u8\"\n");
-  ASSERT_TRUE(NativeOpenSubtitleURI(server_->url("/hls/master.m3u8").c_str()));
+  ASSERT_TRUE(NativeOpenSubtitleURI(server_.url("/hls/master.m3u8").c_str()));
   EXPECT_EQ(subs::State().sourceMode, subs::SourceMode::kHlsMaster);
-  const std::string base = server_->url("/hls/");
+  const std::string base = server_.url("/hls/");
   EXPECT_EQ(Tracks(), (PairList{{"en", base + "subs/en.m3u8"}, {"Other", base + "/abs/../x.m3u8"}}));
 
   // The first track alone decides: an absolute first location leaves a relative second one.
-  server_->serve("/abs.m3u8", "#EXT-X-MEDIA:TYPE=SUBTITLES,URI=\"http://elsewhere/a.m3u8\"\n"
+  server_.serve("/abs.m3u8", "#EXT-X-MEDIA:TYPE=SUBTITLES,URI=\"http://elsewhere/a.m3u8\"\n"
                               "#EXT-X-MEDIA:TYPE=SUBTITLES,URI=\"b.m3u8\"\n");
-  ASSERT_TRUE(NativeOpenSubtitleURI(server_->url("/abs.m3u8").c_str()));
+  ASSERT_TRUE(NativeOpenSubtitleURI(server_.url("/abs.m3u8").c_str()));
   EXPECT_EQ(Tracks(), (PairList{{"Unknown", "http://elsewhere/a.m3u8"}, {"Unknown", "b.m3u8"}}));
 
   // No subtitle rendition, or no playlist at all: no tracks and false.
-  server_->serve("/plain.m3u8", "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\nv.m3u8\n");
-  EXPECT_FALSE(NativeOpenSubtitleURI(server_->url("/plain.m3u8").c_str()));
+  server_.serve("/plain.m3u8", "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\nv.m3u8\n");
+  EXPECT_FALSE(NativeOpenSubtitleURI(server_.url("/plain.m3u8").c_str()));
   EXPECT_TRUE(Tracks().empty());
-  const std::string dead = "http://127.0.0.1:" + std::to_string(korvid::test::DeadLoopbackPort()) + "/m.m3u8";
-  EXPECT_FALSE(NativeOpenSubtitleURI(dead.c_str()));
+  EXPECT_FALSE(NativeOpenSubtitleURI(korvid::test::DeadLocation("/m.m3u8").c_str()));
 }
 
 TEST_F(SubtitleSources, MediaPlaylistsBecomeSegmentLists) {
-  server_->serve("/a/en.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:4\n#EXTINF:4,\nseg1.vtt?t=1\n#EXTINF:4,\nseg2.vtt\n");
-  server_->serve("/b/de.m3u8", "#EXTM3U\n#EXTINF:4,\nts-only.ts\n");
-  const subs::TrackList tracks{{"en", server_->url("/a/en.m3u8")}, {"de", server_->url("/b/de.m3u8")},
-                               {"gone", server_->url("/missing.m3u8")}};
+  server_.serve("/a/en.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:4\n#EXTINF:4,\nseg1.vtt?t=1\n#EXTINF:4,\nseg2.vtt\n");
+  server_.serve("/b/de.m3u8", "#EXTM3U\n#EXTINF:4,\nts-only.ts\n");
+  const subs::TrackList tracks{{"en", server_.url("/a/en.m3u8")}, {"de", server_.url("/b/de.m3u8")},
+                               {"gone", server_.url("/missing.m3u8")}};
   const subs::SegmentLists lists = subs::ParseSubtitleMediaPlaylists(tracks, "unused");
   ASSERT_EQ(lists.size(), 3u);
   EXPECT_EQ(lists[0].label, "en");
-  EXPECT_EQ(lists[0].segmentUrls, (Strings{server_->url("/a/seg1.vtt"), server_->url("/a/seg2.vtt")}));
+  EXPECT_EQ(lists[0].segmentUrls, (Strings{server_.url("/a/seg1.vtt"), server_.url("/a/seg2.vtt")}));
   EXPECT_EQ(lists[1].label, "de");
   EXPECT_TRUE(lists[1].segmentUrls.empty());
   EXPECT_TRUE(lists[2].segmentUrls.empty());
@@ -99,27 +94,27 @@ TEST_F(SubtitleSources, MediaPlaylistsBecomeSegmentLists) {
 }
 
 TEST_F(SubtitleSources, DirectTrackListsRequestEachLocationOnce) {
-  server_->serve("/file.srt", "1\n00:00:01,000 --> 00:00:02,000\nx\n\n");
-  const subs::TrackList tracks{{"?", server_->url("/file.srt")}, {"?", "/no/such/local.srt"}};
+  server_.serve("/file.srt", "1\n00:00:01,000 --> 00:00:02,000\nx\n\n");
+  const subs::TrackList tracks{{"?", server_.url("/file.srt")}, {"?", "/no/such/local.srt"}};
   const subs::SegmentLists lists = subs::BuildDirectTrackLists(tracks);
   ASSERT_EQ(lists.size(), 2u);
-  EXPECT_EQ(lists[0].segmentUrls, (Strings{server_->url("/file.srt")}));
+  EXPECT_EQ(lists[0].segmentUrls, (Strings{server_.url("/file.srt")}));
   EXPECT_EQ(lists[1].label, "?");
   EXPECT_EQ(lists[1].segmentUrls, (Strings{"/no/such/local.srt"}));
-  EXPECT_EQ(server_->requestsFor("/file.srt").size(), 1u);
+  EXPECT_EQ(server_.requestsFor("/file.srt").size(), 1u);
   EXPECT_TRUE(subs::BuildDirectTrackLists({}).empty());
 }
 
 TEST_F(SubtitleSources, FfmpegHlsRenditionsAndSegments) {
-  server_->serveDirectory("/ffmpeg/", korvid::test::HlsSubtitleSet());
-  ASSERT_TRUE(NativeOpenSubtitleURI(server_->url("/ffmpeg/master.m3u8").c_str()));
-  EXPECT_EQ(Tracks(), (PairList{{"en", server_->url("/ffmpeg/out_English_vtt.m3u8")},
-                                {"de", server_->url("/ffmpeg/out_Deutsch_vtt.m3u8")}}));
+  server_.serveDirectory("/ffmpeg/", korvid::test::HlsSubtitleSet());
+  ASSERT_TRUE(NativeOpenSubtitleURI(server_.url("/ffmpeg/master.m3u8").c_str()));
+  EXPECT_EQ(Tracks(), (PairList{{"en", server_.url("/ffmpeg/out_English_vtt.m3u8")},
+                                {"de", server_.url("/ffmpeg/out_Deutsch_vtt.m3u8")}}));
 
   const subs::SegmentLists lists = subs::ParseSubtitleMediaPlaylists(subs::State().tracks, "");
   ASSERT_EQ(lists.size(), 2u);
-  EXPECT_EQ(lists[1].segmentUrls, (Strings{server_->url("/ffmpeg/out_Deutsch0.vtt"), server_->url("/ffmpeg/out_Deutsch1.vtt"),
-                                           server_->url("/ffmpeg/out_Deutsch2.vtt")}));
+  EXPECT_EQ(lists[1].segmentUrls, (Strings{server_.url("/ffmpeg/out_Deutsch0.vtt"), server_.url("/ffmpeg/out_Deutsch1.vtt"),
+                                           server_.url("/ffmpeg/out_Deutsch2.vtt")}));
 
   // The muxer writes the short form mm:ss.mmm, which counts as hours and minutes.
   const subs::CueList first = subs::ParseVttCues(korvid::net::HttpGetToString(lists[0].segmentUrls[0]), 0);
