@@ -27,7 +27,9 @@ curl_version=$(source_version curl)
   exit 1
 }
 compiler=$(x86_64-w64-mingw32-gcc-posix -dumpfullversion)
-deps=${XDG_CACHE_HOME:-$HOME/.cache}/korvid/windows-deps/sdl2-$sdl_version-curl-$curl_version-gcc-$compiler
+# The build recipe below is part of the key: a changed option rebuilds.
+recipe=$(sed -n '/^cross_build()/,/^}/p; /^build_dependencies()/,/^}/p' "$0" | md5sum | cut -c1-8)
+deps=${XDG_CACHE_HOME:-$HOME/.cache}/korvid/windows-deps/sdl2-$sdl_version-curl-$curl_version-gcc-$compiler-$recipe
 
 # Configures, builds and installs one CMake project into the dependency prefix.
 # The C runtime pieces of GCC are linked in, so the DLLs need no libgcc DLL.
@@ -50,9 +52,9 @@ build_dependencies() {
   # Only video, rendering and threads are used; the other subsystems are left out.
   cross_build "$work"/libsdl2-*/ "$work/sdl2" -DSDL_SHARED=ON -DSDL_STATIC=OFF -DSDL_TEST=OFF \
     -DSDL_AUDIO=OFF -DSDL_JOYSTICK=OFF -DSDL_HAPTIC=OFF -DSDL_HIDAPI=OFF -DSDL_SENSOR=OFF -DSDL_POWER=OFF
-  echo "   libcurl $curl_version (Schannel)"
+  echo "   libcurl $curl_version (HTTP and HTTPS only, Schannel)"
   cross_build "$work"/curl-*/ "$work/curl" -DBUILD_SHARED_LIBS=ON -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF \
-    -DENABLE_MANUAL=OFF -DCURL_USE_SCHANNEL=ON -DCURL_USE_OPENSSL=OFF -DCURL_ZLIB=OFF -DCURL_BROTLI=OFF \
+    -DENABLE_MANUAL=OFF -DHTTP_ONLY=ON -DCURL_USE_SCHANNEL=ON -DCURL_USE_OPENSSL=OFF -DCURL_ZLIB=OFF -DCURL_BROTLI=OFF \
     -DCURL_ZSTD=OFF -DUSE_NGHTTP2=OFF -DUSE_LIBIDN2=OFF -DCURL_USE_LIBPSL=OFF -DCURL_USE_LIBSSH2=OFF
   mv "$deps.partial" "$deps"
   rm -rf "$work"
