@@ -16,6 +16,11 @@ endif()
 
 # An imported library from an SDK folder: `header` below include/, `names` below lib/.
 function(korvid_sdk_library target sdk header)
+  if(NOT "${sdk}" STREQUAL "${${target}_SDK_SEARCHED}")  # a new folder: look again
+    unset(${target}_INCLUDE_DIR CACHE)
+    unset(${target}_LIBRARY CACHE)
+    set(${target}_SDK_SEARCHED "${sdk}" CACHE INTERNAL "")
+  endif()
   find_path(${target}_INCLUDE_DIR ${header} PATHS ${sdk}/include PATH_SUFFIXES SDL2
             NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
   find_library(${target}_LIBRARY NAMES ${ARGN} PATHS ${sdk}/lib PATH_SUFFIXES x64
