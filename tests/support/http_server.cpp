@@ -123,9 +123,8 @@ void HttpServer::route(const std::string& path, int status, long cut, const std:
                        const std::string& body) {
   const std::string file = ".body-" + std::to_string(bodies_++);
   WriteFileWhole(fs::path(root_) / file, body);
-  std::ostringstream line;
-  line << "exact\t" << path << '\t' << status << '\t' << cut << '\t' << type << '\t' << file << '\n';
-  routes_[path] = line.str();
+  routes_[path] = "exact\t" + path + '\t' + std::to_string(status) + '\t' + std::to_string(cut) + '\t' + type + '\t' +
+                  file + '\n';
   writeRoutes();
 }
 
@@ -166,15 +165,6 @@ std::vector<RecordedRequest> HttpServer::requestsFor(const std::string& path) co
 }
 
 void HttpServer::clearRequests() { std::ofstream(fs::path(root_) / ".requests", std::ios::trunc); }
-
-bool HttpServer::waitForRequests(std::size_t count, std::chrono::milliseconds timeout) const {
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
-  while (requests().size() < count) {
-    if (std::chrono::steady_clock::now() >= deadline) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return true;
-}
 
 HttpServer& SharedServer(HttpServer::Scheme scheme) {
   static std::unique_ptr<HttpServer> servers[2];

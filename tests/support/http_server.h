@@ -26,7 +26,6 @@
 // may exist at a time there.
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -60,8 +59,6 @@ class HttpServer {
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
 
-  Scheme scheme() const { return scheme_; }
-  uint16_t port() const { return port_; }
   // "http://127.0.0.1:<port>" (or https) followed by `path`, which should
   // start with "/".
   std::string url(const std::string& path) const;
@@ -82,9 +79,6 @@ class HttpServer {
   std::vector<RecordedRequest> requests() const;
   std::vector<RecordedRequest> requestsFor(const std::string& path) const;
   void clearRequests();
-  // Waits until at least `count` requests have arrived or `timeout` passes;
-  // true when they have.
-  bool waitForRequests(std::size_t count, std::chrono::milliseconds timeout) const;
 
  private:
   struct PipeClose {
