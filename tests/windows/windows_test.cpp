@@ -5,6 +5,8 @@
 
 #include <windows.h>
 
+#include <SDL.h>
+
 #include <cstdint>
 #include <fstream>
 #include <string>
@@ -99,6 +101,11 @@ TEST(Windows, StartUpWithoutAWorkingEngine) {
   multiStream(2);
   testing::internal::CaptureStdout();
   EXPECT_EQ(init(1), 0);
+  SDL_Window* const preview = SDL_GetWindowFromID(1);  // the same SDL2.dll serves this program
+  ASSERT_NE(preview, nullptr);
+  EXPECT_STREQ(SDL_GetWindowTitle(preview), "Preview");
+  EXPECT_NE(SDL_GetWindowFlags(preview) & SDL_WINDOW_HIDDEN, 0u);
+  EXPECT_NE(SDL_GetRenderer(preview), nullptr);
   shutdown();
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "Korvid Native Windows Log : method : NativeShutdown (L 1258) \n");
