@@ -2,14 +2,10 @@
 // servers that fail or cut a body off, and HLS masters whose variants are
 // missing. Every call must return what it is documented to return, and the
 // process must survive to shut down.
-#include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <string>
 #include <tuple>
-#include <vector>
 
-#include "exports/korvid_exports.h"
 #include "support/call_deadline.h"
 #include "support/engine_session.h"
 #include "support/headless_env.h"

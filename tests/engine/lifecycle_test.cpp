@@ -1,10 +1,7 @@
 // Start-up, shut-down, the calls a host may make before start-up, and the
 // method log, on the real engine.
-#include <functional>
-#include <utility>
 
 #include "core/player_record.h"
-#include "exports/korvid_exports.h"
 #include "multi/slot_tables.h"
 #include "support/engine_session.h"
 #include "video/preview_objects.h"

@@ -1,12 +1,13 @@
-// Playback on the real engine: one clip through a host's whole routine, and a
-// clip played to its end and replaced, with the events, their order, the
-// picture, the clock and the state the host sees.
-#include <algorithm>
-#include <cstdlib>
-#include <string>
+// Playback on the real engine: one clip through a host's whole routine, a clip
+// played to its end and replaced, with the events, their order, the picture,
+// the clock and the state the host sees; and network sources: HLS over a
+// loopback HTTP server, a live playlist and its pause-by-stopping, rtmp from nginx.
+#include <thread>
 
-#include "exports/korvid_exports.h"
+#include "core/player_record.h"
+#include "support/background_process.h"
 #include "support/engine_session.h"
+#include "support/http_server.h"
 #include "support/media.h"
 
 namespace korvid::test {
@@ -14,17 +15,10 @@ namespace {
 
 using Playback = EngineTest;
 
-bool LogHas(const std::string& log, const char* method, int line) {
-  return log.find(LogLine(method, line)) != std::string::npos;
-}
-
 TEST_F(Playback, OneClipThroughPauseSeekResumeStopRestartAndClose) {
-  ASSERT_EQ(session_.initResult(), 0);
   NativeSetAutoPlay(false);
   NativeSetLogLevel(1);
-  int32_t opened = -2;
-  int32_t front = 0;
-  int32_t parameters = -1;
+  int32_t opened = -2, front = 0, parameters = -1;
   const std::string log = Captured([&] {
     opened = NativeOpenURI(ColourClip("red", 10).c_str());
     front = NativeQueueFrontParamEvent();
@@ -39,13 +33,10 @@ TEST_F(Playback, OneClipThroughPauseSeekResumeStopRestartAndClose) {
   EXPECT_TRUE(ContainsRun(events_, {14, 6, 1, 2, 9})) << Seen();
   ASSERT_GE(Count(events_, 9), 2) << Seen();
   EXPECT_EQ(NativeGetPlayerState(), 4);
-  for (const auto& [method, line] : {std::pair{"NativeOpenURI", 1140}, std::pair{"Opening", 1087},
-                                     std::pair{"Buffering", 1000}, std::pair{"Playing", 1058}, std::pair{"Paused", 1076}}) {
-    EXPECT_TRUE(LogHas(log, method, line)) << method;
-  }
+  ExpectLogged(log, {{"NativeOpenURI", 1140}, {"Opening", 1087}, {"Buffering", 1000}, {"Playing", 1058},
+                     {"Paused", 1076}});
   EXPECT_NEAR(NativeGetTotalTime(), 10000, 300);
-  EXPECT_EQ(NativeGetVideoWidth(), 160u);
-  EXPECT_EQ(NativeGetVideoHeight(), 90u);
+  EXPECT_EQ(std::pair(NativeGetVideoWidth(), NativeGetVideoHeight()), std::pair(160u, 90u));
   EXPECT_FALSE(NativeIsLive());
 
   // Seek while paused: the engine plays, jumps and pauses there, without ready.
@@ -129,10 +120,7 @@ TEST_F(Playback, AutoPlayRunsToTheEndAndTheNextOpenReplacesTheClip) {
   EXPECT_TRUE(ContainsRun(events_, {14, 6, 1, 2})) << Seen();
   EXPECT_EQ(Count(events_, 9), 0) << Seen();
   EXPECT_NE(NativeGetPlayerState(), 4);
-  for (const auto& [method, line] : {std::pair{"sdl_lock", 500}, std::pair{"TimeChanged", 1135},
-                                     std::pair{"EndOfContent", 1110}, std::pair{"Stopped", 1095}}) {
-    EXPECT_TRUE(LogHas(log, method, line)) << method;
-  }
+  ExpectLogged(log, {{"sdl_lock", 500}, {"TimeChanged", 1135}, {"EndOfContent", 1110}, {"Stopped", 1095}});
 
   ASSERT_EQ(NativeOpenURI(ColourClip("red", 6, true).c_str()), 0);
   ASSERT_TRUE(WaitFor(2, 2)) << Seen();
@@ -141,6 +129,65 @@ TEST_F(Playback, AutoPlayRunsToTheEndAndTheNextOpenReplacesTheClip) {
     NativeGetRawData(frame_.data());
     return Shows(frame_, 255, 0, 0);
   })) << PixelText(frame_);
+}
+
+using StreamingPlayback = EngineTest;
+
+TEST_F(StreamingPlayback, OnDemandHlsPlaysFromTheLoopbackServer) {
+  HttpServer server;
+  server.serveDirectory("/hls/", HlsOnDemandSet());
+  NativeSetAutoPlay(true);
+  ASSERT_EQ(NativeOpenURI(server.url("/hls/master.m3u8").c_str()), 0);
+  EXPECT_FALSE(NativeIsLive());
+  ASSERT_TRUE(WaitFor(2)) << Seen();
+  EXPECT_TRUE(ContainsRun(events_, {6, 1, 2})) << Seen();
+  EXPECT_EQ(NativeGetRawData(frame_.data()), kFrameBytes);
+}
+
+TEST_F(StreamingPlayback, LiveStreamPausesByStopping) {
+  const LiveHlsPackager live;
+  HttpServer server;
+  server.serveDirectory("/live/", live.directory());
+  NativeSetAutoPlay(true);
+  ASSERT_EQ(NativeOpenURI(server.url("/live/master.m3u8").c_str()), 0);
+  ASSERT_TRUE(NativeIsLive());
+  ASSERT_TRUE(WaitFor(2)) << Seen();
+  events_.clear();
+
+  // The stream is stopped, and the stopped report reaches the host as a pause.
+  EXPECT_EQ(NativePause(), 0);
+  ASSERT_TRUE(WaitFor(9)) << Seen();
+  EXPECT_EQ(Count(events_, 12), 0) << Seen();
+  EXPECT_EQ(NativeGetPlayerState(), 4);
+  EXPECT_EQ(NativeGetTotalTime(), Record().pausedLength.load());
+  EXPECT_GE(NativeGetTotalTime(), 1000);
+  EXPECT_EQ(NativeSeek(1000), -3);  // a stopped live stream cannot seek
+
+  events_.clear();
+  EXPECT_EQ(NativeResume(), 0);  // restarts the stream
+  ASSERT_TRUE(WaitFor(2)) << Seen();
+}
+
+TEST_F(StreamingPlayback, RtmpIsLiveWithoutAnyFetch) {
+  RtmpServer rtmp;
+  rtmp.publish("green", "stream");
+  NativeSetAutoPlay(true);
+  NativeSetLogLevel(1);
+  int32_t opened = -1;
+  const std::string log = Captured([&] {
+    // The publisher needs a moment to connect; retry the open a bounded number of times.
+    for (int attempt = 0; attempt < 10 && opened != 0; ++attempt) {
+      if (attempt > 0) std::this_thread::sleep_for(500ms);
+      opened = NativeOpenURI(rtmp.url("stream").c_str());
+    }
+  });
+  NativeSetLogLevel(0);
+  ASSERT_EQ(opened, 0);
+  EXPECT_TRUE(NativeIsLive());
+  EXPECT_EQ(log.find("CheckLiveStreaming"), std::string::npos);
+  EXPECT_TRUE(Logged(log, "NativeOpenURI", 1140));
+  EXPECT_TRUE(Until([&] { return NativeGetRawData(frame_.data()) == kFrameBytes && Shows(frame_, 0, 128, 0); }, 15s))
+      << PixelText(frame_);
 }
 
 }  // namespace

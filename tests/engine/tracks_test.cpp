@@ -2,13 +2,9 @@
 // that carry two audio tracks and two SubRip tracks.
 #include <vlc/vlc.h>
 
-#include <algorithm>
 #include <regex>
-#include <string>
-#include <vector>
 
 #include "core/player_record.h"
-#include "exports/korvid_exports.h"
 #include "support/engine_session.h"
 #include "support/media.h"
 #include "tracks/audio_tracks.h"

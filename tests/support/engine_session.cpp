@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <thread>
 
-#include "exports/korvid_exports.h"
 
 namespace korvid::test {
 
@@ -82,6 +81,14 @@ std::string Captured(const std::function<void()>& body) {
 
 std::string LogLine(const std::string& method, int line) {
   return "Korvid Native Windows Log : method : " + method + " (L " + std::to_string(line) + ") \n";
+}
+
+bool Logged(const std::string& log, const std::string& method, int line) {
+  return log.find(LogLine(method, line)) != std::string::npos;
+}
+
+void ExpectLogged(const std::string& log, std::initializer_list<std::pair<const char*, int>> lines) {
+  for (const auto& [method, line] : lines) EXPECT_TRUE(Logged(log, method, line)) << method << " " << line;
 }
 
 }  // namespace korvid::test

@@ -1,13 +1,19 @@
-// Helpers for tests that drive the real engine through the exported interface.
+// Helpers for tests that drive the real engine through the exported interface
+// (included with it and the standard headers every such test uses).
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "exports/korvid_exports.h"
 
 namespace korvid::test {
 
@@ -53,13 +59,16 @@ int32_t SlotState(int32_t slot);
 
 // What `body` printed to standard output (the log lines).
 std::string Captured(const std::function<void()>& body);
-// The log line `method` prints with logging on.
+// The log line `method` prints with logging on, and whether `log` holds it.
 std::string LogLine(const std::string& method, int line);
+bool Logged(const std::string& log, const std::string& method, int line);
+// Expects `log` to hold the line of each (method, line).
+void ExpectLogged(const std::string& log, std::initializer_list<std::pair<const char*, int>> lines);
 
 // A fixture with a started engine, the events popped so far and a frame buffer.
 class EngineTest : public testing::Test {
  protected:
-  explicit EngineTest(int32_t slots = 1) : session_(slots) {}
+  explicit EngineTest(int32_t slots = 1) : session_(slots) { EXPECT_EQ(session_.initResult(), 0); }
   bool Until(const std::function<bool()>& condition, std::chrono::milliseconds timeout = 10s) {
     return WaitUntil(condition, events_, timeout);
   }

@@ -53,6 +53,12 @@ std::string ColourClip(const std::string& colour, double seconds, bool silent, c
                   (extension == "faststart.mp4" ? " -movflags +faststart " : " ") + name);
 }
 
+std::string SparseKeyFrameClip(double seconds) {
+  const std::string name = "black-sparse-" + std::to_string(seconds) + ".mp4";
+  return Make("clips", name, "-f lavfi -i color=c=black:s=64x48:r=25 -t " + std::to_string(seconds) +
+                                 " -c:v libx264 -preset ultrafast -pix_fmt yuv420p " + name);
+}
+
 std::string TwoAudioTrackClip() {
   return Make("clips", "two-audio.mkv",
               "-f lavfi -i color=c=gray:s=160x90:r=25 -f lavfi -i sine=f=440 -f lavfi -i sine=f=880 -t 30"
