@@ -5,13 +5,9 @@
 #include <malloc.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <functional>
-#include <string>
 
-#include "exports/korvid_exports.h"
 #include "support/call_deadline.h"
 #include "support/engine_session.h"
 #include "support/media.h"
