@@ -8,11 +8,10 @@
 #include <string>
 
 #include "exports/korvid_exports.h"
+#include "support/background_process.h"
 #include "support/headless_env.h"
 #include "support/http_server.h"
-#include "support/live_packager.h"
-#include "support/rtmp_server.h"
-#include "support/stream_sets.h"
+#include "support/media.h"
 
 namespace {
 

@@ -2,11 +2,8 @@
 // servers that fail or cut a body off, and HLS masters whose variants are
 // missing. Every call must return what it is documented to return, and the
 // process must survive to shut down.
-#include <fstream>
-#include <iterator>
 #include <tuple>
 
-#include "support/call_deadline.h"
 #include "support/engine_session.h"
 #include "support/headless_env.h"
 #include "support/http_server.h"
@@ -18,15 +15,6 @@ namespace {
 constexpr int32_t kPlaying = 0;
 constexpr int32_t kEngineError = -1;
 constexpr int32_t kEventCodes[] = {1, 2, 3, 6, 9, 12, 13, 14, 257};  // the only codes the queue may hold
-
-// An open on loopback or local media settles in well under this; the limit
-// only turns a call that never returns into a failure.
-constexpr std::chrono::seconds kOpenLimit{60};
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
 
 // The first `fraction` of `path`'s bytes.
 std::string Head(const std::string& path, double fraction) {
@@ -44,18 +32,14 @@ struct Case {
 
 class BadMedia : public EngineTest {
  protected:
-  int32_t Open(const std::string& location) {
-    NativeSetAutoPlay(true);
-    return ReturnsWithin(kOpenLimit, "NativeOpenURI(" + location + ")", [&] { return NativeOpenURI(location.c_str()); });
-  }
-
   // Whatever the open gave, the player's exports go on answering within their
   // documented ranges, and the queue holds only known events. (Whether a
   // failed media can seek is the engine's say: it may still call it seekable.)
   void Check(const std::vector<Case>& cases) {
+    NativeSetAutoPlay(true);
     for (const Case& c : cases) {
       SCOPED_TRACE(c.location);
-      const int32_t result = Open(c.location);
+      const int32_t result = OpenWithin(c.location);
       EXPECT_TRUE(result == kEngineError || (c.mayPlay && result == kPlaying)) << result;
       EXPECT_EQ(NativeIsLive(), c.live);
       EXPECT_EQ(NativeGetRawData(frame_.data()), kFrameBytes);
@@ -69,7 +53,7 @@ class BadMedia : public EngineTest {
       EXPECT_EQ(NativeResume(), 0);
       EXPECT_EQ(NativeStop(), 0);
       EXPECT_EQ(NativeGetPlayerState(), 2);
-      DrainEvents(events_);
+      Drain();
       for (const int32_t code : events_) EXPECT_NE(std::find(std::begin(kEventCodes), std::end(kEventCodes), code), std::end(kEventCodes)) << Seen();
       events_.clear();
     }
@@ -136,7 +120,8 @@ TEST_F(BadMedia, SubtitleSourcesThatFail) {
                                               std::tuple{server.url("/cut.srt"), 3, 3},
                                               std::tuple{WorkDir() + "/no-such.srt", -255, 0}}) {
     ASSERT_EQ(NativeInit(0), 0);
-    ASSERT_EQ(Open(Clip("mp4")), kPlaying);
+    NativeSetAutoPlay(true);
+    ASSERT_EQ(OpenWithin(Clip("mp4")), kPlaying);
     ASSERT_TRUE(NativeOpenSubtitleURI(source.c_str()));
     EXPECT_EQ(NativeUpdateSubtitle(text.data()), first) << source;
     if (first == 3) {
@@ -148,10 +133,7 @@ TEST_F(BadMedia, SubtitleSourcesThatFail) {
 
 // Four slots, three of them given bad media: starting returns, the good slot
 // plays, every slot's frame and queries answer.
-class BadMediaSlots : public EngineTest {
- protected:
-  BadMediaSlots() : EngineTest(4) {}
-};
+using BadMediaSlots = EngineTestOf<4>;
 
 TEST_F(BadMediaSlots, BadSlotsLeaveTheGoodOnePlaying) {
   HttpServer server;
@@ -159,7 +141,7 @@ TEST_F(BadMediaSlots, BadSlotsLeaveTheGoodOnePlaying) {
   const std::string locations[4] = {server.url("/gone.mp4"), GarbageFile("slot-garbage.mp4"),
                                     WriteWorkFile("slot-cut.mp4", Head(Clip("mp4"), 0.5)), Clip("faststart.mp4")};
   for (int32_t slot = 0; slot < 4; ++slot) {
-    ReturnsWithin(kOpenLimit, "NativeStartChosenPlayer(" + locations[slot] + ")", [&] {
+    ReturnsWithin(60s, "NativeStartChosenPlayer(" + locations[slot] + ")", [&] {
       NativeStartChosenPlayer(slot, locations[slot].c_str());
       return 0;
     });

@@ -25,10 +25,8 @@ constexpr Colour kColours[kSlots] = {{"red", 255, 0, 0}, {"0x00FF00", 0, 255, 0}
 std::string Clip(int32_t colour) { return ColourClip(kColours[colour].name, kClipSeconds, true); }
 int32_t Time(int32_t slot) { return NativeMultiInstanceGetCurrentTime(slot); }
 
-class MultiInstance : public EngineTest {
+class MultiInstance : public EngineTestOf<kSlots> {
  protected:
-  MultiInstance() : EngineTest(kSlots) {}
-
   bool SlotShows(int32_t slot, int32_t colour, int x = 960, int y = 540) {
     EXPECT_EQ(NativeGetMultipleRawData(frame_.data(), slot), kFrameBytes);
     return Shows(frame_, kColours[colour].r, kColours[colour].g, kColours[colour].b, x, y);
@@ -49,8 +47,7 @@ TEST_F(MultiInstance, FourSlotsPlayAtOnceEachIntoItsOwnCopy) {
 
   // From then on every look at a slot shows its own colour and no other,
   // centre and corners, while all four keep drawing.
-  NativeSetLogLevel(1);
-  const std::string log = Captured([&] {
+  const std::string log = LoggedBy([&] {
     for (int round = 0; round < 10; ++round) {
       for (int32_t slot = 0; slot < kSlots; ++slot) {
         for (const auto& [x, y] : {std::pair{960, 540}, std::pair{0, 0}, std::pair{1919, 1079}}) {
@@ -60,7 +57,6 @@ TEST_F(MultiInstance, FourSlotsPlayAtOnceEachIntoItsOwnCopy) {
     }
     for (int32_t slot = 0; slot < kSlots; ++slot) EXPECT_EQ(SlotState(slot), 3) << slot;
   });
-  NativeSetLogLevel(0);
   ExpectLogged(log, {{"sdl_lock0", 513}, {"sdl_lock1", 523}, {"sdl_lock2", 533}, {"sdl_lock3", 543},
                      {"VLCtoKorvidState", 2342}});
   for (int32_t slot = 0; slot < kSlots; ++slot) {
@@ -146,24 +142,23 @@ TEST_F(MultiInstance, LiveSlotReportsItsLengthPlusOneSecond) {
   EXPECT_EQ(NativeMultiInstanceGetTotalTime(1), libvlc_media_player_get_length(multi::Slots().player(1)));
 }
 
-TEST(MultiInstanceLifetime, CyclesThenStartsUpAgainAsOnePlayer) {
-  std::vector<int32_t> events;
+using MultiInstanceLifetime = EngineTestOf<0>;
+
+TEST_F(MultiInstanceLifetime, CyclesThenStartsUpAgainAsOnePlayer) {
   for (int cycle = 0; cycle < 3; ++cycle) {
     NativeSetLogLevel(1);
     EXPECT_EQ(Captured([] { NativeSetMultiStream(2); }), LogLine("NativeSetMultiStream", 2244));
     ASSERT_EQ(NativeInit(0), 0);  // which turns logging off again
     NativeStartChosenPlayer(0, Clip(0).c_str());
     NativeStartChosenPlayer(1, Clip(2).c_str());
-    EXPECT_TRUE(WaitUntil([] { return Time(0) > 0 && Time(1) > 0; }, events)) << cycle;
+    EXPECT_TRUE(Until([] { return Time(0) > 0 && Time(1) > 0; })) << cycle;
     NativeShutdown();  // with both slots playing
   }
-  const EngineSession single;
-  ASSERT_EQ(single.initResult(), 0);
+  ASSERT_EQ(StartUp(), 0);
   NativeSetAutoPlay(true);
   ASSERT_EQ(NativeOpenURI(ColourClip("blue", 6, true).c_str()), 0);
   EXPECT_NEAR(NativeGetTotalTime(), 6000, 200);  // the main player's length, not the slot placeholder
-  std::vector<uint8_t> frame(kFrameBytes);
-  EXPECT_TRUE(WaitUntil([&] { return NativeGetRawData(frame.data()) == kFrameBytes && Shows(frame, 0, 0, 255); }, events));
+  EXPECT_TRUE(Until([&] { return NativeGetRawData(frame_.data()) == kFrameBytes && Shows(frame_, 0, 0, 255); }));
   EXPECT_EQ(Time(0), 0);  // no slots any more
 }
 

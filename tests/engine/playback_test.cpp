@@ -3,6 +3,7 @@
 // the clock and the state the host sees; and network sources: HLS over a
 // loopback HTTP server, a live playlist and its pause-by-stopping, rtmp from nginx.
 #include <thread>
+#include <tuple>
 
 #include "core/player_record.h"
 #include "support/background_process.h"
@@ -17,21 +18,19 @@ using Playback = EngineTest;
 
 TEST_F(Playback, OneClipThroughPauseSeekResumeStopRestartAndClose) {
   NativeSetAutoPlay(false);
-  NativeSetLogLevel(1);
   int32_t opened = -2, front = 0, parameters = -1;
-  const std::string log = Captured([&] {
+  const std::string log = LoggedBy([&] {
     opened = NativeOpenURI(ColourClip("red", 10).c_str());
     front = NativeQueueFrontParamEvent();
     parameters = NativeQueueFrontParam1() | NativeQueueFrontParam2() | NativeQueueFrontParam3();
     WaitFor(9, 2);  // the automatic pause, and the engine's own pause report
   });
-  NativeSetLogLevel(0);
   ASSERT_EQ(opened, 0);
   // Opening, buffering, then at 100 percent: buffering, finished, ready, playing, paused.
   EXPECT_EQ(front, 257);
   EXPECT_EQ(parameters, 0);
-  EXPECT_TRUE(ContainsRun(events_, {14, 6, 1, 2, 9})) << Seen();
-  ASSERT_GE(Count(events_, 9), 2) << Seen();
+  EXPECT_TRUE(HasRun({14, 6, 1, 2, 9})) << Seen();
+  ASSERT_GE(Count(9), 2) << Seen();
   EXPECT_EQ(NativeGetPlayerState(), 4);
   ExpectLogged(log, {{"NativeOpenURI", 1140}, {"Opening", 1087}, {"Buffering", 1000}, {"Playing", 1058},
                      {"Paused", 1076}});
@@ -42,27 +41,24 @@ TEST_F(Playback, OneClipThroughPauseSeekResumeStopRestartAndClose) {
   // Seek while paused: the engine plays, jumps and pauses there, without ready.
   // This engine reports one more completed buffering after pausing, which
   // pauses again; seek once it has settled.
-  ASSERT_TRUE(WaitForQuiet(events_));
+  ASSERT_TRUE(WaitForQuiet());
   events_.clear();
   ASSERT_EQ(NativeSeek(4000), 0);
   ASSERT_TRUE(WaitFor(13)) << Seen();
-  EXPECT_EQ(Count(events_, 1), 0) << Seen();
+  EXPECT_EQ(Count(1), 0) << Seen();
   ASSERT_TRUE(Until([] { return NativeGetPlayerState() == 4; })) << Seen();
   EXPECT_TRUE(Until([] { return std::abs(NativeGetCurrentTime() - 4000) <= 600; })) << NativeGetCurrentTime();
 
   // Resume, then pause and pause again, which resumes; the clock runs and the
   // picture arrives red, green, blue, padding, scaled over the whole frame.
-  ASSERT_TRUE(WaitForQuiet(events_));
+  ASSERT_TRUE(WaitForQuiet());
   events_.clear();
-  EXPECT_EQ(NativeResume(), 0);
-  ASSERT_TRUE(WaitFor(2)) << Seen();
-  EXPECT_EQ(NativeGetPlayerState(), 3);
-  EXPECT_EQ(NativePause(), 0);
-  ASSERT_TRUE(WaitFor(9)) << Seen();
-  EXPECT_EQ(NativeGetPlayerState(), 4);
-  EXPECT_EQ(NativePause(), 0);
-  ASSERT_TRUE(WaitFor(2, 2)) << Seen();
-  EXPECT_EQ(NativeGetPlayerState(), 3);
+  for (const auto& [call, event, count, state] : {std::tuple{&NativeResume, 2, 1, 3}, std::tuple{&NativePause, 9, 1, 4},
+                                                   std::tuple{&NativePause, 2, 2, 3}}) {
+    EXPECT_EQ(call(), 0);
+    ASSERT_TRUE(WaitFor(event, count)) << Seen();
+    EXPECT_EQ(NativeGetPlayerState(), state) << event;
+  }
   const int32_t before = NativeGetCurrentTime();
   EXPECT_TRUE(Until([&] { return NativeGetCurrentTime() >= before + 500; })) << before;
   EXPECT_TRUE(Until([&] {
@@ -75,8 +71,8 @@ TEST_F(Playback, OneClipThroughPauseSeekResumeStopRestartAndClose) {
   events_.clear();
   ASSERT_EQ(NativeSeek(2000), 0);
   ASSERT_TRUE(WaitFor(13)) << Seen();
-  EXPECT_TRUE(ContainsRun(events_, {14, 6, 13})) << Seen();
-  EXPECT_EQ(Count(events_, 1), 0) << Seen();
+  EXPECT_TRUE(HasRun({14, 6, 13})) << Seen();
+  EXPECT_EQ(Count(1), 0) << Seen();
   EXPECT_TRUE(Until([] { return NativeGetCurrentTime() >= 1500 && NativeGetCurrentTime() < 3500; }))
       << NativeGetCurrentTime();
 
@@ -84,7 +80,7 @@ TEST_F(Playback, OneClipThroughPauseSeekResumeStopRestartAndClose) {
   // second 12. Restarting: the stop flag keeps opening out of the queue, and
   // ready out of the first completed buffering, which then clears the flag.
   NativeSetAutoPlay(true);
-  DrainEvents(events_);
+  Drain();
   events_.clear();
   EXPECT_EQ(NativeStop(), 0);
   EXPECT_EQ(NativeGetPlayerState(), 2);
@@ -94,61 +90,53 @@ TEST_F(Playback, OneClipThroughPauseSeekResumeStopRestartAndClose) {
   events_.clear();
   EXPECT_EQ(NativeResume(), 0);
   ASSERT_TRUE(WaitFor(2)) << Seen();
-  EXPECT_EQ(Count(events_, 257), 0) << Seen();
+  EXPECT_EQ(Count(257), 0) << Seen();
   const auto finished = std::find(events_.begin(), events_.end(), 6);
-  ASSERT_TRUE(finished != events_.end() && finished + 1 != events_.end()) << Seen();
-  EXPECT_EQ(finished[1], 2) << Seen();
+  EXPECT_TRUE(finished != events_.end() && finished + 1 != events_.end() && finished[1] == 2) << Seen();
 
   // Closed, the engine's stop stays out of the queue: only NativeStop's own 12.
   NativeClose();
   EXPECT_EQ(NativeGetPlayerState(), 1);
   events_.clear();
   EXPECT_EQ(NativeStop(), 0);
-  ASSERT_TRUE(WaitForQuiet(events_, 1500ms));
-  EXPECT_EQ(Count(events_, 12), 1) << Seen();
+  ASSERT_TRUE(WaitForQuiet(1500ms));
+  EXPECT_EQ(Count(12), 1) << Seen();
 }
 
 TEST_F(Playback, AutoPlayRunsToTheEndAndTheNextOpenReplacesTheClip) {
   NativeSetAutoPlay(true);
-  NativeSetLogLevel(1);
-  const std::string log = Captured([&] {
+  const std::string log = LoggedBy([&] {
     EXPECT_EQ(NativeOpenURI(ColourClip("blue", 2, true).c_str()), 0);
     WaitFor(3, 1, 20s) && WaitFor(12);  // the end, then this engine's stop report
   });
-  NativeSetLogLevel(0);
-  ASSERT_EQ(Count(events_, 3), 1) << Seen();
-  EXPECT_TRUE(ContainsRun(events_, {14, 6, 1, 2})) << Seen();
-  EXPECT_EQ(Count(events_, 9), 0) << Seen();
+  ASSERT_EQ(Count(3), 1) << Seen();
+  EXPECT_TRUE(HasRun({14, 6, 1, 2})) << Seen();
+  EXPECT_EQ(Count(9), 0) << Seen();
   EXPECT_NE(NativeGetPlayerState(), 4);
   ExpectLogged(log, {{"sdl_lock", 500}, {"TimeChanged", 1135}, {"EndOfContent", 1110}, {"Stopped", 1095}});
 
   ASSERT_EQ(NativeOpenURI(ColourClip("red", 6, true).c_str()), 0);
   ASSERT_TRUE(WaitFor(2, 2)) << Seen();
   EXPECT_NEAR(NativeGetTotalTime(), 6000, 300);
-  EXPECT_TRUE(Until([&] {
-    NativeGetRawData(frame_.data());
-    return Shows(frame_, 255, 0, 0);
-  })) << PixelText(frame_);
+  EXPECT_TRUE(Until([&] { return NativeGetRawData(frame_.data()) == kFrameBytes && Shows(frame_, 255, 0, 0); }))
+      << PixelText(frame_);
 }
 
 using StreamingPlayback = EngineTest;
 
-TEST_F(StreamingPlayback, OnDemandHlsPlaysFromTheLoopbackServer) {
+TEST_F(StreamingPlayback, OnDemandHlsPlaysAndALiveStreamPausesByStopping) {
+  const LiveHlsPackager live;
   HttpServer server;
   server.serveDirectory("/hls/", HlsOnDemandSet());
+  server.serveDirectory("/live/", live.directory());
   NativeSetAutoPlay(true);
   ASSERT_EQ(NativeOpenURI(server.url("/hls/master.m3u8").c_str()), 0);
   EXPECT_FALSE(NativeIsLive());
   ASSERT_TRUE(WaitFor(2)) << Seen();
-  EXPECT_TRUE(ContainsRun(events_, {6, 1, 2})) << Seen();
+  EXPECT_TRUE(HasRun({6, 1, 2})) << Seen();
   EXPECT_EQ(NativeGetRawData(frame_.data()), kFrameBytes);
-}
 
-TEST_F(StreamingPlayback, LiveStreamPausesByStopping) {
-  const LiveHlsPackager live;
-  HttpServer server;
-  server.serveDirectory("/live/", live.directory());
-  NativeSetAutoPlay(true);
+  events_.clear();
   ASSERT_EQ(NativeOpenURI(server.url("/live/master.m3u8").c_str()), 0);
   ASSERT_TRUE(NativeIsLive());
   ASSERT_TRUE(WaitFor(2)) << Seen();
@@ -157,7 +145,7 @@ TEST_F(StreamingPlayback, LiveStreamPausesByStopping) {
   // The stream is stopped, and the stopped report reaches the host as a pause.
   EXPECT_EQ(NativePause(), 0);
   ASSERT_TRUE(WaitFor(9)) << Seen();
-  EXPECT_EQ(Count(events_, 12), 0) << Seen();
+  EXPECT_EQ(Count(12), 0) << Seen();
   EXPECT_EQ(NativeGetPlayerState(), 4);
   EXPECT_EQ(NativeGetTotalTime(), Record().pausedLength.load());
   EXPECT_GE(NativeGetTotalTime(), 1000);
@@ -172,20 +160,18 @@ TEST_F(StreamingPlayback, RtmpIsLiveWithoutAnyFetch) {
   RtmpServer rtmp;
   rtmp.publish("green", "stream");
   NativeSetAutoPlay(true);
-  NativeSetLogLevel(1);
   int32_t opened = -1;
-  const std::string log = Captured([&] {
+  const std::string log = LoggedBy([&] {
     // The publisher needs a moment to connect; retry the open a bounded number of times.
     for (int attempt = 0; attempt < 10 && opened != 0; ++attempt) {
       if (attempt > 0) std::this_thread::sleep_for(500ms);
       opened = NativeOpenURI(rtmp.url("stream").c_str());
     }
   });
-  NativeSetLogLevel(0);
   ASSERT_EQ(opened, 0);
   EXPECT_TRUE(NativeIsLive());
   EXPECT_EQ(log.find("CheckLiveStreaming"), std::string::npos);
-  EXPECT_TRUE(Logged(log, "NativeOpenURI", 1140));
+  ExpectLogged(log, {{"NativeOpenURI", 1140}});
   EXPECT_TRUE(Until([&] { return NativeGetRawData(frame_.data()) == kFrameBytes && Shows(frame_, 0, 128, 0); }, 15s))
       << PixelText(frame_);
 }

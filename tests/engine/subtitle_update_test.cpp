@@ -16,6 +16,7 @@ namespace {
 
 constexpr uint8_t kSentinel = 0x7F;
 constexpr std::size_t kBufferSize = 10000;
+const std::string kEnd(1, static_cast<char>(kSentinel));  // what follows a copy: it is not terminated
 
 // Cues A, B and C with two-second gaps between them.
 const std::string kThreeCues =
@@ -52,8 +53,8 @@ class SubtitleUpdate : public EngineTest {
   int64_t PauseAt(int32_t ms, int64_t near = 900) {
     events_.clear();
     for (int attempt = 0; attempt < 4; ++attempt) {
-      const long seeks = Count(events_, 13);
-      WaitForQuiet(events_);  // a seek issued while the pause reports still come can be lost
+      const long seeks = Count(13);
+      WaitForQuiet();  // a seek issued while the pause reports still come can be lost
       EXPECT_EQ(NativeSeek(ms), 0);
       int64_t now = Clock();
       const auto settled = [&] {  // the clock holds still near `ms`
@@ -72,6 +73,11 @@ class SubtitleUpdate : public EngineTest {
   }
 
   int32_t Update() { return NativeUpdateSubtitle(reinterpret_cast<char*>(buffer_.data())); }
+  // One update's result, and what the buffer starts with after it.
+  void Expect(int32_t result, const std::string& shown) {
+    EXPECT_EQ(Update(), result);
+    EXPECT_EQ(Shown(shown.size()), shown);
+  }
   std::string Shown(std::size_t n) const { return std::string(buffer_.begin(), buffer_.begin() + static_cast<long>(n)); }
   bool ZeroedThrough(std::size_t n) const {
     return std::all_of(buffer_.begin(), buffer_.begin() + static_cast<long>(n), [](uint8_t b) { return b == 0; });
@@ -88,8 +94,7 @@ TEST_F(SubtitleUpdate, WalksCuesOfASubRipFileFromDisk) {
 
   // Inside A: the first call loads the file and copies A, unterminated.
   ASSERT_NEAR(PauseAt(2000), 2000, 900);
-  EXPECT_EQ(Update(), 9);
-  EXPECT_EQ(Shown(10), std::string("Alpha one") + static_cast<char>(kSentinel));
+  Expect(9, "Alpha one" + kEnd);
   EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 1);
 
   // In the gap: the cursor moves to B and the buffer is zeroed; then, B being
@@ -105,8 +110,7 @@ TEST_F(SubtitleUpdate, WalksCuesOfASubRipFileFromDisk) {
   // Inside B: one more zeroing step (the cursor walks from A), then B's text.
   ASSERT_NEAR(PauseAt(6000), 6000, 900);
   EXPECT_EQ(Update(), 9);
-  EXPECT_EQ(Update(), 5);
-  EXPECT_EQ(Shown(5), "Bravo");
+  Expect(5, "Bravo");
   EXPECT_EQ(Update(), 5);
 
   // Inside C, the list's last cue: never shown. The cursor runs off the only
@@ -116,8 +120,7 @@ TEST_F(SubtitleUpdate, WalksCuesOfASubRipFileFromDisk) {
   std::memcpy(buffer_.data(), "Bravo", 5);
   EXPECT_EQ(Update(), 5);
   ASSERT_NEAR(PauseAt(2000), 2000, 900);
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(Update(), 5);
-  EXPECT_EQ(Shown(6), std::string("Bravo") + static_cast<char>(kSentinel));
+  for (int i = 0; i < 3; ++i) Expect(5, "Bravo" + kEnd);
 }
 
 // A SubRip timestamp for `ms` (under a minute).
@@ -131,8 +134,7 @@ TEST_F(SubtitleUpdate, CueBoundsAreInclusiveAndProperty901CutsTheCopy) {
   const int64_t t = PauseAt(3000);
   ASSERT_TRUE(NativeOpenSubtitleURI(
       WriteWorkFile("starts-now.srt", "1\n" + Stamp(t) + " --> 00:00:20,000\nstarts now\n\n").c_str()));
-  EXPECT_EQ(Update(), 10);
-  EXPECT_EQ(Shown(10), "starts now");
+  Expect(10, "starts now");
 
   OpenPaused();
   const int64_t u = PauseAt(3000);
@@ -140,11 +142,9 @@ TEST_F(SubtitleUpdate, CueBoundsAreInclusiveAndProperty901CutsTheCopy) {
       WriteWorkFile("ends-now.srt", "1\n00:00:00,000 --> " + Stamp(u) + "\nends now, longer text\n\n").c_str()));
   EXPECT_EQ(NativeSetProperty(901, 4), 0);
   buffer_.fill(kSentinel);
-  EXPECT_EQ(Update(), 4);
-  EXPECT_EQ(Shown(5), std::string("ends") + static_cast<char>(kSentinel));
+  Expect(4, "ends" + kEnd);
   EXPECT_EQ(NativeSetProperty(901, 9), 0);
-  EXPECT_EQ(Update(), 9);
-  EXPECT_EQ(Shown(10), std::string("ends now,") + static_cast<char>(kSentinel));
+  Expect(9, "ends now," + kEnd);
 }
 
 TEST_F(SubtitleUpdate, SubRipOverHttpAndTheTerminalResults) {
@@ -156,8 +156,7 @@ TEST_F(SubtitleUpdate, SubRipOverHttpAndTheTerminalResults) {
   ASSERT_NEAR(PauseAt(6000), 6000, 900);
   ASSERT_TRUE(NativeOpenSubtitleURI(server.url("/subs/walk.srt").c_str()));
   EXPECT_EQ(Update(), 0);  // loaded, walked past A to B and zeroed: count 0
-  EXPECT_EQ(Update(), 5);
-  EXPECT_EQ(Shown(5), "Bravo");
+  Expect(5, "Bravo");
   // The file is requested once by the track list build and once for its text.
   EXPECT_EQ(server.requestsFor("/subs/walk.srt").size(), 2u);
 
@@ -213,21 +212,18 @@ TEST_F(SubtitleUpdate, HlsRenditionsSegmentBySegment) {
   KORVIDUnity_SetCaptionStream(1);  // before the first load: takes effect
 
   ASSERT_NEAR(PauseAt(90000, 2000), 90000, 2000);
-  EXPECT_EQ(Update(), 4);  // load and copy in one call
-  EXPECT_EQ(Shown(4), "Eins");
+  Expect(4, "Eins");  // load and copy in one call
   EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 2);
 
   // Zwei is its segment's last cue: the cursor lands on it and the next segment
   // is scheduled; Zwei is never shown and the buffer keeps Eins.
   ASSERT_NEAR(PauseAt(200000, 2000), 200000, 2000);
-  EXPECT_EQ(Update(), 4);
-  EXPECT_EQ(Shown(4), "Eins");
+  Expect(4, "Eins");
   EXPECT_EQ(Update(), 0);  // the second segment loads; Drei lies ahead: zeroed
   EXPECT_TRUE(ZeroedThrough(kBufferSize));
 
   ASSERT_NEAR(PauseAt(330000, 2000), 330000, 2000);
-  EXPECT_EQ(Update(), 4);
-  EXPECT_EQ(Shown(4), "Drei");
+  Expect(4, "Drei");
 
   // Past Vier the third segment, which has no cues, ends the updates.
   ASSERT_NEAR(PauseAt(450000, 2000), 450000, 2000);

@@ -38,9 +38,7 @@ TEST_F(AudioTracks, SwitchReturnsOnceTheEngineReportsTheOtherTrack) {
   const int32_t other = ids[2];
   EXPECT_EQ(tracks::InitialTrack(), tracks::kNoInitialTrack);
 
-  NativeSetLogLevel(1);
-  const std::string printed = Captured([&] { EXPECT_EQ(KORVIDUnity_SetAudioStream(other), other); });
-  NativeSetLogLevel(0);
+  const std::string printed = LoggedBy([&] { EXPECT_EQ(KORVIDUnity_SetAudioStream(other), other); });
   EXPECT_EQ(KORVIDUnity_GetCurrentAudioStreamID(), other);
   EXPECT_EQ(tracks::InitialTrack(), first);
   std::vector<int32_t> cached;
@@ -81,8 +79,7 @@ TEST_F(AudioTracks, SwitchReturnsOnceTheEngineReportsTheOtherTrack) {
 
   // A real multi-instance start-up has no main player at all: nothing to switch, no wait.
   NativeShutdown();
-  NativeSetMultiStream(2);
-  ASSERT_EQ(NativeInit(0), 0);
+  ASSERT_EQ(StartUp(2), 0);
   EXPECT_EQ(KORVIDUnity_GetAudioStreamCount(), 0);
   EXPECT_EQ(KORVIDUnity_GetCurrentAudioStreamID(), -1);
   EXPECT_EQ(KORVIDUnity_SetAudioStream(2), 2);

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <fstream>
 
-#include "support/call_deadline.h"
 #include "support/engine_session.h"
 #include "support/media.h"
 
@@ -39,7 +38,7 @@ long ResidentBytes() {
   return resident * sysconf(_SC_PAGESIZE);
 }
 
-class Soak : public testing::Test {
+class Soak : public EngineTestOf<0> {
  protected:
   static void SetUpTestSuite() { mallopt(M_MMAP_THRESHOLD, 4 << 20) && mallopt(M_TRIM_THRESHOLD, 1 << 20); }
 
@@ -58,31 +57,25 @@ class Soak : public testing::Test {
     std::printf("%s: baseline %.1f MB, peak %.1f MB\n", name, baseline / 1048576.0, peak / 1048576.0);
     EXPECT_LE(peak - baseline, kBoundBytes) << name;
   }
-  // An open must return: the limit only turns a call that never does into a failure.
-  int32_t Open(const std::string& clip) {
-    return ReturnsWithin(30s, "NativeOpenURI(" + clip + ")", [&] { return NativeOpenURI(clip.c_str()); });
-  }
   bool AllSlotsIn(int32_t state) {
     const auto in = [state](int32_t slot) { return SlotState(slot) == state; };
-    return WaitUntil([&] { return in(0) && in(1) && in(2) && in(3); }, events_);
+    return Until([&] { return in(0) && in(1) && in(2) && in(3); });
   }
 
   const std::string clip_ = ColourClip("red", 4);  // with sound, a key frame every second so that seeks land quickly
-  std::vector<int32_t> events_;
-  std::vector<uint8_t> frame_ = std::vector<uint8_t>(kFrameBytes);
 };
 
 TEST_F(Soak, StartUpOpenPauseSeekStopShutDown) {
   Cycles("single player, full cycles", 200, [&](int) {
     ASSERT_EQ(NativeInit(0), 0);
     NativeSetAutoPlay(true);
-    ASSERT_EQ(Open(clip_), 0);
-    ASSERT_TRUE(WaitForEvent(6, events_)) << Describe(events_);  // the first buffering completes
+    ASSERT_EQ(OpenWithin(clip_, 30s), 0);
+    ASSERT_TRUE(WaitFor(6)) << Seen();  // the first buffering completes
     EXPECT_EQ(NativeGetRawData(frame_.data()), kFrameBytes);
     EXPECT_EQ(NativePause(), 0);
-    ASSERT_TRUE(WaitForEvent(9, events_)) << Describe(events_);
+    ASSERT_TRUE(WaitFor(9)) << Seen();
     EXPECT_EQ(NativeSeek(2000), 0);  // paused: the engine starts again, jumps, and pauses there
-    ASSERT_TRUE(WaitForEvent(13, events_)) << Describe(events_) << " state " << NativeGetPlayerState();
+    ASSERT_TRUE(WaitFor(13)) << Seen() << " state " << NativeGetPlayerState();
     EXPECT_EQ(NativeStop(), 0);
     EXPECT_EQ(NativeGetPlayerState(), 2);
     NativeShutdown();
@@ -90,20 +83,19 @@ TEST_F(Soak, StartUpOpenPauseSeekStopShutDown) {
 }
 
 TEST_F(Soak, ReopensOnOnePlayer) {
-  const EngineSession session;
+  ASSERT_EQ(StartUp(), 0);
   NativeSetAutoPlay(true);
   const std::string other = ColourClip("blue", 4, true);
   Cycles("single player, re-opens", 100, [&](int i) {
-    ASSERT_EQ(Open(i % 2 == 0 ? clip_ : other), 0);
-    ASSERT_TRUE(WaitForEvent(2, events_)) << Describe(events_);
+    ASSERT_EQ(OpenWithin(i % 2 == 0 ? clip_ : other, 30s), 0);
+    ASSERT_TRUE(WaitFor(2)) << Seen();
   });
 }
 
 // Slots have no event handlers: each is steered through the chosen-slot exports and watched by polling.
 TEST_F(Soak, FourSlotsStartControlShutDown) {
   Cycles("four slots, full cycles", 200, [&](int) {
-    NativeSetMultiStream(kSlots);
-    ASSERT_EQ(NativeInit(0), 0);
+    ASSERT_EQ(StartUp(kSlots), 0);
     for (int32_t slot = 0; slot < kSlots; ++slot) NativeStartChosenPlayer(slot, clip_.c_str());
     ASSERT_TRUE(AllSlotsIn(3));
     for (int32_t slot = 0; slot < kSlots; ++slot) {
@@ -121,11 +113,11 @@ TEST_F(Soak, FourSlotsStartControlShutDown) {
 }
 
 TEST_F(Soak, RestartsInOneSlot) {
-  const EngineSession session(kSlots);
+  ASSERT_EQ(StartUp(kSlots), 0);
   for (int32_t slot = 1; slot < kSlots; ++slot) NativeStartChosenPlayer(slot, clip_.c_str());
   Cycles("four slots, restarts in slot 0", 100, [&](int) {
     NativeStartChosenPlayer(0, clip_.c_str());
-    ASSERT_TRUE(WaitUntil([] { return SlotState(0) == 3; }, events_));
+    ASSERT_TRUE(Until([] { return SlotState(0) == 3; }));
     EXPECT_EQ(NativeGetMultipleRawData(frame_.data(), 0), kFrameBytes);
   });
 }

@@ -9,12 +9,12 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <stdexcept>
 #include <thread>
 
 #include "support/headless_env.h"
 #include "support/http_server.h"
+#include "support/media.h"
 #include "support/process.h"
 
 namespace korvid::test {
@@ -27,11 +27,6 @@ void AwaitOrThrow(const std::function<bool()>& condition, int seconds, const std
     if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error(failure);
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
-}
-
-std::string ReadText(const std::string& path) {
-  std::ifstream in(path);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 }  // namespace
@@ -74,7 +69,7 @@ LiveHlsPackager::LiveHlsPackager() {
       dir_ + "/ffmpeg.log");
   AwaitOrThrow(
       [&] {
-        const std::string playlist = ReadText(dir_ + "/index.m3u8");
+        const std::string playlist = ReadFile(dir_ + "/index.m3u8");
         std::size_t segments = 0;
         for (auto at = playlist.find("#EXTINF"); at != std::string::npos; at = playlist.find("#EXTINF", at + 1)) ++segments;
         return segments >= 3;
@@ -93,11 +88,6 @@ RtmpServer::RtmpServer() : dir_(WorkDir() + "/rtmp"), port_(DeadLoopbackPort()) 
   nginx_ = std::make_unique<BackgroundProcess>(
       "exec nginx -p " + ShellQuote(dir_) + " -c " + ShellQuote(dir_ + "/nginx.conf"), dir_ + "/nginx.out");
   AwaitOrThrow([&] { return std::filesystem::exists(dir_ + "/nginx.pid"); }, 10, "nginx did not start; see " + dir_);
-}
-
-RtmpServer::~RtmpServer() {
-  publisher_.reset();
-  nginx_.reset();
 }
 
 void RtmpServer::publish(const std::string& colour, const std::string& name) {

@@ -41,7 +41,6 @@ class RtmpServer {
  public:
   // Starts nginx; throws std::runtime_error when it does not come up.
   RtmpServer();
-  ~RtmpServer();
   // Pushes a live-encoded solid `colour` with a tone as stream `name`, a key frame every second.
   void publish(const std::string& colour, const std::string& name);
   // "rtmp://127.0.0.1:<port>/live/<name>"
@@ -51,7 +50,7 @@ class RtmpServer {
   std::string dir_;
   int port_;
   std::unique_ptr<BackgroundProcess> nginx_;
-  std::unique_ptr<BackgroundProcess> publisher_;
+  std::unique_ptr<BackgroundProcess> publisher_;  // declared last: ends before the server it publishes to
 };
 
 }  // namespace korvid::test

@@ -7,9 +7,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <future>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -21,65 +24,126 @@ using namespace std::chrono_literals;
 
 inline constexpr int32_t kFrameBytes = 8294400;
 
-// NativeSetMultiStream(slots) when `slots` is above 1, then NativeInit on
-// construction; NativeShutdown on destruction.
-class EngineSession {
- public:
-  explicit EngineSession(int32_t slots = 1);
-  ~EngineSession();
-  EngineSession(const EngineSession&) = delete;
-  EngineSession& operator=(const EngineSession&) = delete;
-  int32_t initResult() const { return initResult_; }
+// NativeSetMultiStream(slots) when `slots` is above 1, then NativeInit.
+inline int32_t StartUp(int32_t slots = 1) {
+  if (slots > 1) NativeSetMultiStream(slots);
+  return NativeInit(0);
+}
 
- private:
-  int32_t initResult_;
-};
+// Runs `call` on this thread and returns its result. A call still running
+// after `limit` can be neither abandoned nor waited for, so a watchdog thread
+// names it on standard error and ends the process, which fails the test.
+template <typename Call>
+auto ReturnsWithin(std::chrono::seconds limit, const std::string& what, Call&& call) {
+  std::promise<void> returned;
+  std::thread watchdog([&, done = returned.get_future()] {
+    if (done.wait_for(limit) == std::future_status::ready) return;
+    std::fprintf(stderr, "%s did not return within %lld s\n", what.c_str(), static_cast<long long>(limit.count()));
+    std::_Exit(EXIT_FAILURE);
+  });
+  const auto result = call();
+  returned.set_value();
+  watchdog.join();
+  return result;
+}
 
-// Pops every queued event, in order, into `into`.
-void DrainEvents(std::vector<int32_t>& into);
-// Polls `condition` every 10 ms (popping events into `seen`) until it holds or `timeout` passes.
-bool WaitUntil(const std::function<bool()>& condition, std::vector<int32_t>& seen,
-               std::chrono::milliseconds timeout = 10s);
-// Until `seen` holds `count` events `code` (or `timeout` passes).
-bool WaitForEvent(int32_t code, std::vector<int32_t>& seen, std::chrono::milliseconds timeout = 10s, long count = 1);
-// Until no event has arrived for `quiet`: the engine has settled.
-bool WaitForQuiet(std::vector<int32_t>& seen, std::chrono::milliseconds quiet = 700ms);
-// True when `run` occurs in `events` as one adjacent run.
-bool ContainsRun(const std::vector<int32_t>& events, const std::vector<int32_t>& run);
-long Count(const std::vector<int32_t>& events, int32_t code);
-std::string Describe(const std::vector<int32_t>& events);
+// NativeOpenURI has no time limit of its own (it waits until the engine plays
+// or fails); on loopback or local media it settles in well under `limit`.
+inline int32_t OpenWithin(const std::string& location, std::chrono::seconds limit = 60s) {
+  return ReturnsWithin(limit, "NativeOpenURI(" + location + ")", [&] { return NativeOpenURI(location.c_str()); });
+}
 
 // Whether the pixel at (x, y) of a delivered frame is within 48 of (r, g, b)
 // in each channel: the clips pass through 4:2:0 YUV and back.
-bool Shows(const std::vector<uint8_t>& frame, int r, int g, int b, int x = 960, int y = 540);
-std::string PixelText(const std::vector<uint8_t>& frame, int x = 960, int y = 540);
+inline const uint8_t* Pixel(const std::vector<uint8_t>& frame, int x, int y) {
+  return &frame[(static_cast<std::size_t>(y) * 1920 + static_cast<std::size_t>(x)) * 4];
+}
+inline bool Shows(const std::vector<uint8_t>& frame, int r, int g, int b, int x = 960, int y = 540) {
+  const uint8_t* p = Pixel(frame, x, y);
+  return std::abs(p[0] - r) < 48 && std::abs(p[1] - g) < 48 && std::abs(p[2] - b) < 48;
+}
+inline std::string PixelText(const std::vector<uint8_t>& frame, int x = 960, int y = 540) {
+  const uint8_t* p = Pixel(frame, x, y);
+  return std::to_string(p[0]) + "," + std::to_string(p[1]) + "," + std::to_string(p[2]) + "," + std::to_string(p[3]);
+}
 
 // NativeGetPlayerState of `slot`, chosen with NativeControlInstance.
-int32_t SlotState(int32_t slot);
+inline int32_t SlotState(int32_t slot) {
+  NativeControlInstance(slot);
+  return NativeGetPlayerState();
+}
 
 // What `body` printed to standard output (the log lines).
-std::string Captured(const std::function<void()>& body);
-// The log line `method` prints with logging on, and whether `log` holds it.
-std::string LogLine(const std::string& method, int line);
-bool Logged(const std::string& log, const std::string& method, int line);
+inline std::string Captured(const std::function<void()>& body) {
+  testing::internal::CaptureStdout();
+  body();
+  std::fflush(stdout);
+  return testing::internal::GetCapturedStdout();
+}
+// The same with logging switched on for `body`.
+inline std::string LoggedBy(const std::function<void()>& body) {
+  NativeSetLogLevel(1);
+  std::string log = Captured(body);
+  NativeSetLogLevel(0);
+  return log;
+}
+// The log line `method` prints with logging on.
+inline std::string LogLine(const std::string& method, int line) {
+  return "Korvid Native Windows Log : method : " + method + " (L " + std::to_string(line) + ") \n";
+}
 // Expects `log` to hold the line of each (method, line).
-void ExpectLogged(const std::string& log, std::initializer_list<std::pair<const char*, int>> lines);
+inline void ExpectLogged(const std::string& log, std::initializer_list<std::pair<const char*, int>> lines) {
+  for (const auto& [method, line] : lines) EXPECT_NE(log.find(LogLine(method, line)), std::string::npos) << method << " " << line;
+}
 
-// A fixture with a started engine, the events popped so far and a frame buffer.
-class EngineTest : public testing::Test {
+// A fixture with the events popped so far, a frame buffer and, unless `Slots`
+// is 0, an engine started with that many slots. The engine is shut down when
+// the test ends (a second shut-down finds nothing to release).
+template <int32_t Slots = 1>
+class EngineTestOf : public testing::Test {
  protected:
-  explicit EngineTest(int32_t slots = 1) : session_(slots) { EXPECT_EQ(session_.initResult(), 0); }
-  bool Until(const std::function<bool()>& condition, std::chrono::milliseconds timeout = 10s) {
-    return WaitUntil(condition, events_, timeout);
-  }
-  bool WaitFor(int32_t code, long count = 1, std::chrono::milliseconds timeout = 10s) {
-    return WaitForEvent(code, events_, timeout, count);
-  }
-  std::string Seen() const { return Describe(events_); }
+  EngineTestOf() { EXPECT_EQ(Slots > 0 ? StartUp(Slots) : 0, 0); }
+  ~EngineTestOf() override { NativeShutdown(); }
 
-  EngineSession session_;
+  // Pops every queued event, in order, into events_.
+  void Drain() {
+    for (; !NativeQueueIsEmpty(); NativeQueuePop()) events_.push_back(NativeQueueFrontParamEvent());
+  }
+  // Polls `condition` every 10 ms, popping events, until it holds or `timeout` passes.
+  bool Until(const std::function<bool()>& condition, std::chrono::milliseconds timeout = 10s) {
+    for (const auto deadline = std::chrono::steady_clock::now() + timeout;; std::this_thread::sleep_for(10ms)) {
+      Drain();
+      if (condition()) return true;
+      if (std::chrono::steady_clock::now() >= deadline) return false;
+    }
+  }
+  // Until events_ holds `count` events `code`.
+  bool WaitFor(int32_t code, long count = 1, std::chrono::milliseconds timeout = 10s) {
+    return Until([&] { return Count(code) >= count; }, timeout);
+  }
+  // Until no event has arrived for `quiet`: the engine has settled.
+  bool WaitForQuiet(std::chrono::milliseconds quiet = 700ms) {
+    auto last = std::chrono::steady_clock::now();
+    std::size_t before = events_.size();
+    return Until([&] {
+      if (events_.size() != std::exchange(before, events_.size())) last = std::chrono::steady_clock::now();
+      return std::chrono::steady_clock::now() - last >= quiet;
+    });
+  }
+  long Count(int32_t code) const { return std::count(events_.begin(), events_.end(), code); }
+  // True when `run` occurs in events_ as one adjacent run.
+  bool HasRun(const std::vector<int32_t>& run) const {
+    return std::search(events_.begin(), events_.end(), run.begin(), run.end()) != events_.end();
+  }
+  std::string Seen() const {
+    std::string text;
+    for (const int32_t code : events_) text += (text.empty() ? "" : " ") + std::to_string(code);
+    return "[" + text + "]";
+  }
+
   std::vector<int32_t> events_;
   std::vector<uint8_t> frame_ = std::vector<uint8_t>(kFrameBytes);
 };
+using EngineTest = EngineTestOf<>;
 
 }  // namespace korvid::test

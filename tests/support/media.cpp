@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <mutex>
 #include <random>
 
@@ -80,6 +81,11 @@ std::string GarbageFile(const std::string& name) {
   std::string bytes(200000, '\0');
   for (char& b : bytes) b = static_cast<char>(random() & 0xFF);
   return WriteWorkFile(name, bytes);
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 std::string WriteWorkFile(const std::string& name, const std::string& text) {

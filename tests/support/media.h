@@ -30,6 +30,9 @@ std::string TwoSubtitleTrackClip();
 // 200,000 random bytes under a media file name.
 std::string GarbageFile(const std::string& name);
 
+// The bytes of the file at `path` (empty when there is none).
+std::string ReadFile(const std::string& path);
+
 // Writes `text` byte for byte to `name` in the working directory; returns the path.
 std::string WriteWorkFile(const std::string& name, const std::string& text);
 
