@@ -68,7 +68,23 @@ TEST_F(MultiInstance, FourSlotsPlayAtOnceEachIntoItsOwnCopy) {
   EXPECT_EQ(NativeGetTotalTime(), 100000);
 }
 
-TEST_F(MultiInstance, StopRewindsAndPausesUnlessAutoPlayIsOnAndARestartReplacesTheClip) {
+TEST_F(MultiInstance, BadIndicesDoNothingAndStopRewindsAndPausesUnlessAutoPlayIsOnAndARestartReplacesTheClip) {
+  // Index 4 has no lock callback; -1 and 9 have no table entry; a null location is no media.
+  for (const int32_t index : {4, -1, 9}) NativeStartChosenPlayer(index, Clip(0).c_str());
+  NativeStartChosenPlayer(2, nullptr);
+  for (const int32_t index : {0, 2, 4, 9, -5}) {
+    EXPECT_EQ(multi::Slots().player(index), nullptr) << index;
+    EXPECT_EQ(Time(index), 0) << index;
+    EXPECT_EQ(NativeMultiInstanceGetTotalTime(index), 0) << index;
+    EXPECT_FALSE(NativeMultiInstanceIsLive(index)) << index;
+  }
+  // The player exports follow the chosen slot, which has no player here.
+  NativeControlInstance(9);
+  EXPECT_EQ(NativeGetPlayerState(), 0);
+  EXPECT_EQ(NativeSetVolume(0.5f), 0);
+  EXPECT_EQ(NativePause(), 0);
+  EXPECT_EQ(KORVIDUnity_GetAudioStreamCount(), 0);
+
   NativeStartChosenPlayer(0, Clip(0).c_str());
   NativeStartChosenPlayer(1, Clip(1).c_str());
   ASSERT_TRUE(Until([&] { return Time(0) >= 1500 && Time(1) >= 1500; })) << Time(0) << " " << Time(1);
@@ -101,24 +117,6 @@ TEST_F(MultiInstance, StopRewindsAndPausesUnlessAutoPlayIsOnAndARestartReplacesT
   NativeStartChosenPlayer(1, Clip(2).c_str());
   EXPECT_TRUE(WaitForColour(1, 2)) << PixelText(frame_);
   EXPECT_EQ(SlotState(1), 3);
-}
-
-TEST_F(MultiInstance, IndicesWithoutSlotOrPlayerDoNothing) {
-  // Index 4 has no lock callback; -1 and 9 have no table entry; a null location is no media.
-  for (const int32_t index : {4, -1, 9}) NativeStartChosenPlayer(index, Clip(0).c_str());
-  NativeStartChosenPlayer(2, nullptr);
-  for (const int32_t index : {0, 2, 4, 9, -5}) {
-    EXPECT_EQ(multi::Slots().player(index), nullptr) << index;
-    EXPECT_EQ(Time(index), 0) << index;
-    EXPECT_EQ(NativeMultiInstanceGetTotalTime(index), 0) << index;
-    EXPECT_FALSE(NativeMultiInstanceIsLive(index)) << index;
-  }
-  // The player exports follow the chosen slot, which has no player here.
-  NativeControlInstance(9);
-  EXPECT_EQ(NativeGetPlayerState(), 0);
-  EXPECT_EQ(NativeSetVolume(0.5f), 0);
-  EXPECT_EQ(NativePause(), 0);
-  EXPECT_EQ(KORVIDUnity_GetAudioStreamCount(), 0);
 }
 
 TEST_F(MultiInstance, LiveSlotReportsItsLengthPlusOneSecond) {
