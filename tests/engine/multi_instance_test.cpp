@@ -68,7 +68,7 @@ TEST_F(MultiInstance, FourSlotsPlayAtOnceEachIntoItsOwnCopy) {
   EXPECT_EQ(NativeGetTotalTime(), 100000);
 }
 
-TEST_F(MultiInstance, BadIndicesDoNothingAndStopRewindsAndPausesUnlessAutoPlayIsOnAndARestartReplacesTheClip) {
+TEST_F(MultiInstance, BadIndicesDoNothingStopRewindsAndPausesUnlessAutoPlayIsOnARestartReplacesTheClip) {
   // Index 4 has no lock callback; -1 and 9 have no table entry; a null location is no media.
   for (const int32_t index : {4, -1, 9}) NativeStartChosenPlayer(index, Clip(0).c_str());
   NativeStartChosenPlayer(2, nullptr);

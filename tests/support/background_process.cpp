@@ -67,14 +67,9 @@ LiveHlsPackager::LiveHlsPackager() {
           " -c:v libx264 -preset ultrafast -g 25 -c:a aac -f hls -hls_time 1 -hls_list_size 6"
           " -hls_flags delete_segments index.m3u8",
       dir_ + "/ffmpeg.log");
-  AwaitOrThrow(
-      [&] {
-        const std::string playlist = ReadFile(dir_ + "/index.m3u8");
-        std::size_t segments = 0;
-        for (auto at = playlist.find("#EXTINF"); at != std::string::npos; at = playlist.find("#EXTINF", at + 1)) ++segments;
-        return segments >= 3;
-      },
-      20, "live packager did not start: " + dir_);
+  // The segments are index0.ts, index1.ts and so on; the third is listed once it is complete.
+  AwaitOrThrow([&] { return ReadFile(dir_ + "/index.m3u8").find("index2.ts") != std::string::npos; }, 20,
+               "live packager did not start: " + dir_);
 }
 
 // nginx writes its pid file once its listening sockets are open.

@@ -27,13 +27,13 @@ std::string Make(const std::string& dir, const std::string& made, const std::str
 
 std::string Directory(const std::string& file) { return std::filesystem::path(file).parent_path().string(); }
 
-std::string FourCueSubRip(const std::string& first, const std::string& second, const std::string& third,
-                          const std::string& fourth) {
+// Cues of one second each at 1, 3, 5 and 7 s.
+std::string FourCueSubRip(std::initializer_list<const char*> words) {
   std::string out;
   int start = 1;
-  for (const std::string* word : {&first, &second, &third, &fourth}) {
+  for (const char* word : words) {
     out += std::to_string(start / 2 + 1) + "\n00:00:0" + std::to_string(start) + ",000 --> 00:00:0" +
-           std::to_string(start + 1) + ",000\n" + *word + "\n\n";
+           std::to_string(start + 1) + ",000\n" + word + "\n\n";
     start += 2;
   }
   return out;
@@ -68,8 +68,8 @@ std::string TwoAudioTrackClip() {
 }
 
 std::string TwoSubtitleTrackClip() {
-  WriteWorkFile("clips/en-cues.srt", FourCueSubRip("One", "Two", "Three", "Four"));
-  WriteWorkFile("clips/fr-cues.srt", FourCueSubRip("Un", "Deux", "Trois", "Quatre"));
+  WriteWorkFile("clips/en-cues.srt", FourCueSubRip({"One", "Two", "Three", "Four"}));
+  WriteWorkFile("clips/fr-cues.srt", FourCueSubRip({"Un", "Deux", "Trois", "Quatre"}));
   return Make("clips", "two-subtitles.mkv",
               "-f lavfi -i testsrc=size=160x120:rate=25 -i en-cues.srt -i fr-cues.srt -t 10 -map 0:v -map 1:s -map 2:s"
               " -c:v libx264 -preset ultrafast -pix_fmt yuv420p -c:s srt -metadata:s:s:0 language=eng"
@@ -96,8 +96,8 @@ std::string WriteWorkFile(const std::string& name, const std::string& text) {
 }
 
 std::string HlsSubtitleSet() {
-  WriteWorkFile("hls-subtitles/en.srt", FourCueSubRip("Alpha", "Bravo", "Charlie", "Delta"));
-  WriteWorkFile("hls-subtitles/de.srt", FourCueSubRip("Eins", "Zwei", "Drei", "Vier"));
+  WriteWorkFile("hls-subtitles/en.srt", FourCueSubRip({"Alpha", "Bravo", "Charlie", "Delta"}));
+  WriteWorkFile("hls-subtitles/de.srt", FourCueSubRip({"Eins", "Zwei", "Drei", "Vier"}));
   return Directory(Make("hls-subtitles", "master.m3u8",
                         "-f lavfi -i testsrc=size=160x120:rate=25 -i en.srt -i de.srt -t 10 -map 0:v -map 0:v"
                         " -map 1:s -map 2:s -c:v libx264 -preset ultrafast -g 25 -c:s webvtt -f hls -hls_time 4"
