@@ -58,8 +58,8 @@ class Soak : public EngineTestOf<0> {
     EXPECT_LE(peak - baseline, kBoundBytes) << name;
   }
   bool AllSlotsIn(int32_t state) {
-    const auto in = [state](int32_t slot) { return SlotState(slot) == state; };
-    return Until([&] { return in(0) && in(1) && in(2) && in(3); });
+    return Until(
+        [&] { return SlotState(0) == state && SlotState(1) == state && SlotState(2) == state && SlotState(3) == state; });
   }
 
   const std::string clip_ = ColourClip("red", 4);  // with sound, a key frame every second so that seeks land quickly
