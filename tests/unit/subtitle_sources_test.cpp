@@ -139,37 +139,15 @@ TEST(ReadWholeFile, ReadsEveryChunk) {
   EXPECT_EQ(subs::ReadWholeFile("/no/such/file.srt"), "");
 }
 
-TEST(CaptionExports, ConstantsAndLogLines) {
-  NativeSetLogLevel(1);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(NativeGetCaptionEncodingType(), 3);
-  EXPECT_EQ(KORVIDUnity_GetCaptionStreamID(7), 7);
-  EXPECT_EQ(KORVIDUnity_GetCaptionStreamID(-2), -2);
-  EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 0);
-  KORVIDUnity_SetCaptionStream(0);
+// The caption exports' answers and log lines with no player: the lifecycle
+// table of the engine tests. Here, multi-instance mode without a third slot.
+TEST(CaptionExports, NoClockNoUpdate) {
   char buffer[16] = {};
-  EXPECT_EQ(NativeUpdateSubtitle(buffer), 0);  // no player yet: nothing happens
-  EXPECT_EQ(NativeUpdateSubtitle(nullptr), 0);
-  EXPECT_FALSE(NativeCheckSpuContent());
-  NativeSetActiveSpuContent(true);
-  EXPECT_FALSE(NativeOpenSubtitleURI("x.vtt"));
-  const std::string log = testing::internal::GetCapturedStdout();
-  NativeSetLogLevel(0);
-  // Multi-instance mode without a third slot: no clock, nothing happens.
   korvid::Record().instanceCount = 2;
   EXPECT_EQ(NativeUpdateSubtitle(buffer), 0);
   EXPECT_FALSE(NativeCheckSpuContent());
   korvid::Record().instanceCount = 1;
-  const std::string prefix = "Korvid Native Windows Log : method : ";
-  EXPECT_EQ(log, prefix + "NativeGetCaptionEncodingType (L 2089) \n" +
-                     prefix + "KORVIDUnity_GetCaptionStreamID (L 2126) \n" +
-                     prefix + "KORVIDUnity_GetCaptionStreamID (L 2126) \n" +
-                     prefix + "KORVIDUnity_GetCaptionStreamCount (L 2120) \n" +
-                     prefix + "KORVIDUnity_SetCaptionStream (L 2113) \n" +
-                     prefix + "NativeUpdateSubtitle (L 806) \n" + prefix + "NativeUpdateSubtitle (L 806) \n" +
-                     prefix + "NativeCheckSpuContent (L 767) \n" +
-                     prefix + "NativeSetActiveSpuContent (L 783) \n" +
-                     prefix + "NativeOpenSubtitleURI (L 1221) \n");
+  EXPECT_EQ(buffer[0], 0);
 }
 
 }  // namespace
