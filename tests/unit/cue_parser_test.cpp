@@ -36,22 +36,16 @@ std::string Outcome(Parser parser, const std::string& doc) {
 
 const std::string kTwoCues =
     "WEBVTT\n\n1\n00:00:01.000 --> 00:00:02.500\nHello\nWorld\n\n2\n00:00:03.000 --> 00:00:04.000\nBye\n";
-const std::string kTwoCuesCrLf =
-    "WEBVTT\r\n\r\n1\r\n00:00:01.000 --> 00:00:02.500\r\nHello\r\nWorld\r\n\r\n2\r\n00:00:03.000 --> 00:00:04.000\r\nBye\r\n";
 const std::string kSrtBlock = "1\r\n00:00:01,000 --> 00:00:02,000\r\nText\r\n\r\n";
 
 TEST(CueParser, DocumentsGiveTheirCuesOrThrow) {
-  struct Case {
-    Parser parser;
-    std::string doc;
-    std::string outcome;
-  };
   const auto cues = [](const Cues& expected) { return testing::PrintToString(expected); };
   const std::string kInvalid = "invalid_argument: invalid stoi argument";
   const std::string kPosition = "out_of_range: invalid string position";
-  const Case cases[] = {
+  const std::tuple<Parser, std::string, std::string> cases[] = {  // parser, document, cues or exception
       {kVtt, kTwoCues, cues({{1000, 2500, "Hello\nWorld"}, {3000, 4000, "Bye\n"}})},
-      {kVtt, kTwoCuesCrLf, cues({{1000, 2500, "Hello\r\nWorld"}, {3000, 4000, "Bye\r\n"}})},
+      {kVtt, "WEBVTT\r\n\r\n1\r\n00:00:01.000 --> 00:00:02.500\r\nHello\r\nWorld\r\n\r\n2\r\n00:00:03.000 --> 00:00:04.000\r\nBye\r\n",
+       cues({{1000, 2500, "Hello\r\nWorld"}, {3000, 4000, "Bye\r\n"}})},
       {kSrt, kSrtBlock, cues({{1000, 2000, "Text"}})},
       // The comma is an ordinary character to the WebVTT parser: "01,000" reads as 1 ms; the full stop to SubRip's.
       {kVtt, kSrtBlock, cues({{1, 2, "Text"}})},
@@ -93,7 +87,7 @@ TEST(CueParser, DocumentsGiveTheirCuesOrThrow) {
       {kSrt, "1\n00:00:01,000 --> 00:00:02,000\nok\n\n00:00:03,000 --> 0", kPosition},
       {kSrt, "WEBVTT\n\n1\n-- > -> x\n", cues({})},
   };
-  for (const Case& c : cases) EXPECT_EQ(Outcome(c.parser, c.doc), c.outcome) << testing::PrintToString(c.doc);
+  for (const auto& [parser, doc, outcome] : cases) EXPECT_EQ(Outcome(parser, doc), outcome) << testing::PrintToString(doc);
   // Parsing starts at the given position.
   EXPECT_EQ(Parse(kVtt, kTwoCues, kTwoCues.find("-->") + 1), (Cues{{3000, 4000, "Bye\n"}}));
   EXPECT_TRUE(Parse(kVtt, kTwoCues, kTwoCues.size()).empty());

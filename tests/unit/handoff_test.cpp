@@ -91,7 +91,7 @@ bool AllZero(const std::vector<uint8_t>& frame) {
   return std::all_of(frame.begin(), frame.end(), [](uint8_t b) { return b == 0; });
 }
 
-TEST(FrameCopy, TheHostReadsThePictureDrawnBeforeTheLastLock) {
+TEST(FrameCopy, TheHostReadsThePictureDrawnBeforeTheLastLockAndNeverTwoPicturesMixed) {
   FrameCopy copy;
   std::vector<uint8_t> frame(kFrameBytes, 0xEE);
   copy.deliverTo(frame.data());
@@ -110,20 +110,17 @@ TEST(FrameCopy, TheHostReadsThePictureDrawnBeforeTheLastLock) {
   EXPECT_EQ(copy.swapForNextPicture(), target);
   copy.deliverTo(frame.data());
   EXPECT_TRUE(Shows(frame, 20));
-}
 
-TEST(FrameCopy, DeliveriesNeverMixTwoPictures) {
-  FrameCopy copy;
+  // The engine draws numbered pictures as fast as it can while the host reads.
   std::atomic<bool> done{false};
-  std::thread engine([&] {  // draws numbered pictures as fast as it can
+  std::thread engine([&] {
     for (int picture = 1; picture <= 300; ++picture) Draw(copy.swapForNextPicture(), static_cast<uint8_t>(picture * 4));
     copy.swapForNextPicture();
     done = true;
   });
-  std::vector<uint8_t> frame(kFrameBytes);
   for (int deliveries = 1; !done || deliveries == 1; ++deliveries) {
     copy.deliverTo(frame.data());
-    EXPECT_TRUE(AllZero(frame) || Shows(frame, frame[2])) << "delivery " << deliveries;
+    EXPECT_TRUE(Shows(frame, frame[2])) << "delivery " << deliveries;
   }
   engine.join();
   copy.deliverTo(frame.data());
@@ -154,7 +151,7 @@ TEST(PixelReorder, VectorAndPortablePathsSwapRedAndBlue) {
 int kPlayerA = 1;
 int kPlayerB = 2;
 
-TEST(InputGate, ClosedGateTurnsQueriesOnThatPlayerAwayUntilEveryCloserIsDone) {
+TEST(InputGate, ClosedGateTurnsQueriesAwayUntilEveryCloserIsDoneAndClosingWaitsForTheQueryInside) {
   InputGate gate;
   bool ran = false;
   auto first = std::make_unique<InputGate::Closed>(gate, &kPlayerA);
@@ -167,31 +164,22 @@ TEST(InputGate, ClosedGateTurnsQueriesOnThatPlayerAwayUntilEveryCloserIsDone) {
   EXPECT_FALSE(gate.tryQuery(&kPlayerA, [] {}));
   second.reset();
   EXPECT_TRUE(gate.tryQuery(&kPlayerA, [] {}));
-}
 
-TEST(InputGate, ClosingWaitsForTheQueryAlreadyInside) {
-  InputGate gate;
   std::promise<void> inside;
-  std::promise<void> release;
   std::atomic<bool> queryDone{false};
   std::thread callback([&] {
     gate.tryQuery(&kPlayerA, [&] {
       inside.set_value();
-      release.get_future().wait();
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));  // gives a gate that does not wait the time to close
       queryDone = true;
     });
   });
   inside.get_future().wait();
-  std::atomic<bool> closedWhileQueryRan{false};
-  std::thread closer([&] {
+  {
     const InputGate::Closed closed(gate, &kPlayerA);
-    closedWhileQueryRan = !queryDone;
-  });
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));  // gives a gate that does not wait the time to close
-  release.set_value();
-  closer.join();
+    EXPECT_TRUE(queryDone);
+  }
   callback.join();
-  EXPECT_FALSE(closedWhileQueryRan);
 }
 
 // HasLeftInitialTrack(described tracks, recorded track, current track).
