@@ -7,10 +7,9 @@ set(KORVID_MINGW_TRIPLET x86_64-w64-mingw32)
 set(CMAKE_C_COMPILER ${KORVID_MINGW_TRIPLET}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${KORVID_MINGW_TRIPLET}-g++-posix)
 set(CMAKE_RC_COMPILER ${KORVID_MINGW_TRIPLET}-windres)
-set(CMAKE_DLLTOOL ${KORVID_MINGW_TRIPLET}-dlltool)
 
-# Look for headers and libraries only in the mingw sysroot and the prefixes
-# given with CMAKE_PREFIX_PATH; programs still come from the build machine.
+# Headers and libraries come from the mingw sysroot, or from the folders named
+# explicitly (the SDK cache variables, CURL_DIR); programs from the build machine.
 set(CMAKE_FIND_ROOT_PATH /usr/${KORVID_MINGW_TRIPLET})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

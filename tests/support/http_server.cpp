@@ -20,6 +20,7 @@
 #include <thread>
 
 #include "support/headless_env.h"
+#include "support/media.h"
 #include "support/process.h"
 
 namespace korvid::test {
@@ -33,11 +34,6 @@ bool EqualsIgnoringCase(const std::string& a, const std::string& b) {
          });
 }
 
-std::string ReadFile(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 void WriteFileWhole(const fs::path& file, const std::string& bytes) {
   const fs::path partial = file.string() + ".partial";
   std::ofstream(partial, std::ios::binary | std::ios::trunc) << bytes;
@@ -47,7 +43,7 @@ void WriteFileWhole(const fs::path& file, const std::string& bytes) {
 // The port the server writes into its folder once it listens; 0 after ten seconds without.
 uint16_t AwaitPort(const fs::path& root) {
   for (int tries = 0; tries < 200; ++tries) {
-    const std::string text = ReadFile(root / ".port");
+    const std::string text = ReadFile((root / ".port").string());
     if (!text.empty()) return static_cast<uint16_t>(std::stoi(text));
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
@@ -136,7 +132,7 @@ void HttpServer::writeRoutes() const {
 }
 
 std::vector<RecordedRequest> HttpServer::requests() const {
-  std::istringstream log(ReadFile(fs::path(root_) / ".requests"));
+  std::istringstream log(ReadFile(root_ + "/.requests"));
   std::vector<RecordedRequest> all;
   std::string line;
   while (std::getline(log, line)) {
