@@ -59,7 +59,6 @@
 #include "core/platform.h"
 #include "exports/korvid_exports.h"
 #include "support/headless_env.h"
-#include "support/process.h"
 #include "video/frame_geometry.h"
 
 namespace {

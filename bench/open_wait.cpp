@@ -40,8 +40,7 @@ int main() {
   korvid::test::EnterHeadlessEnvironment();
   korvid::test::HttpServer server;
   server.serveDirectory("/vod/", korvid::test::HlsOnDemandSet());
-  const korvid::test::LiveHlsPackager live;
-  server.serveDirectory("/live/", live.directory());
+  const korvid::test::LiveHlsPackager live(server.folder("/live"));
   korvid::test::RtmpServer rtmp;
   rtmp.publish("blue", "stream");
 

@@ -80,21 +80,21 @@ TEST_F(BadMedia, DamagedFakeAndMissingLocalFiles) {
 TEST_F(BadMedia, ServerFailuresCutBodiesAndMissingVariants) {
   HttpServer server;
   const std::string whole = ReadFile(Clip("faststart.mp4"));
-  server.serveStatus("/gone.mp4", 404);
-  server.serveStatus("/broken.mp4", 500, "internal error");
-  server.serveTruncated("/cut.mp4", whole, whole.size() / 3);
-  server.serveTruncated("/cut-in-header.mp4", whole, 100);
-  server.serve("/garbage.mkv", ReadFile(GarbageFile("garbage.bin")), "video/x-matroska");
-  server.serveStatus("/missing.m3u8", 404);
-  server.serveStatus("/failing.m3u8", 500);
-  server.serveStatus("/missing.mpd", 404);
+  server.serve("/gone.mp4", "", 404);
+  server.serve("/broken.mp4", "internal error", 500);
+  server.serve("/cut.mp4", whole, 200, static_cast<long>(whole.size() / 3));
+  server.serve("/cut-in-header.mp4", whole, 200, 100);
+  server.serve("/garbage.mkv", ReadFile(GarbageFile("garbage.bin")));
+  server.serve("/missing.m3u8", "", 404);
+  server.serve("/failing.m3u8", "", 500);
+  server.serve("/missing.mpd", "", 404);
   const std::string set = HlsOnDemandSet();
   const std::string master = ReadFile(set + "/master.m3u8");
   server.serve("/none/master.m3u8", master);  // no variant playlist at all
   server.serve("/nosegments/master.m3u8", master);  // the playlist is there, its segments are not
   server.serve("/nosegments/low/index.m3u8", ReadFile(set + "/low/index.m3u8"));
-  server.serveTruncated("/cutmaster/master.m3u8", master, master.size() - 6);  // cut in its variant line
   server.serveDirectory("/cutmaster/", set);
+  server.serve("/cutmaster/master.m3u8", master, 200, static_cast<long>(master.size() - 6));  // cut in its variant line
   Check({{server.url("/gone.mp4"), false, false},
          {server.url("/broken.mp4"), false, false},
          {server.url("/cut.mp4"), true, false},
@@ -111,8 +111,8 @@ TEST_F(BadMedia, ServerFailuresCutBodiesAndMissingVariants) {
 TEST_F(BadMedia, SubtitleSourcesThatFail) {
   HttpServer server;
   const std::string subRip = "1\n00:00:00,000 --> 00:00:09,000\nfirst cue\n\n2\n00:00:09,000 --> 00:00:10,000\nsecond\n\n";
-  server.serveStatus("/missing.srt", 404);
-  server.serveTruncated("/cut.srt", subRip, subRip.find("first") + 3);
+  server.serve("/missing.srt", "", 404);
+  server.serve("/cut.srt", subRip, 200, static_cast<long>(subRip.find("first") + 3));
   std::vector<char> text(10000);
   // Nothing arrives: no cue, and updates end until the next start-up. A body
   // cut inside the first cue's text: that cue runs to where the body ends (the
@@ -136,7 +136,7 @@ using BadMediaSlots = EngineTestOf<4>;
 
 TEST_F(BadMediaSlots, BadSlotsLeaveTheGoodOnePlaying) {
   HttpServer server;
-  server.serveStatus("/gone.mp4", 404);
+  server.serve("/gone.mp4", "", 404);
   const std::string locations[4] = {server.url("/gone.mp4"), GarbageFile("slot-garbage.mp4"),
                                     WriteWorkFile("slot-cut.mp4", Head(Clip("mp4"), 0.5)), Clip("faststart.mp4")};
   for (int32_t slot = 0; slot < 4; ++slot) {

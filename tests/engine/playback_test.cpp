@@ -125,10 +125,9 @@ TEST_F(Playback, AutoPlayRunsToTheEndAndTheNextOpenReplacesTheClip) {
 using StreamingPlayback = EngineTest;
 
 TEST_F(StreamingPlayback, OnDemandHlsPlaysAndALiveStreamPausesByStopping) {
-  const LiveHlsPackager live;
   HttpServer server;
+  const LiveHlsPackager live(server.folder("/live"));
   server.serveDirectory("/hls/", HlsOnDemandSet());
-  server.serveDirectory("/live/", live.directory());
   NativeSetAutoPlay(true);
   ASSERT_EQ(NativeOpenURI(server.url("/hls/master.m3u8").c_str()), 0);
   EXPECT_FALSE(NativeIsLive());

@@ -1,6 +1,6 @@
 // Helper programs running beside a test: a live HLS packager and an RTMP
-// server with its publisher. Each runs in a process group of its own and is
-// ended with the group when its object goes.
+// server with its publisher. Each runs in a session of its own and is killed
+// with it when its object goes.
 #pragma once
 
 #include <sys/types.h>
@@ -19,21 +19,19 @@ class BackgroundProcess {
   BackgroundProcess& operator=(const BackgroundProcess&) = delete;
 
  private:
-  pid_t pid_ = -1;
+  pid_t session_ = 0;
 };
 
-// ffmpeg packaging a test pattern with a tone in real time into a sliding
-// window of 1-second segments (no end marker), index.m3u8, beside a
-// master.m3u8 naming it, in a directory of its own to serve with HttpServer.
+// ffmpeg packaging a test pattern with a tone in real time into the folder
+// `dir` (a server's folder, which must exist): a sliding window of 1-second segments without an end
+// marker, index.m3u8, and a master.m3u8 naming it. Starts and waits (bounded)
+// for three segments; throws std::runtime_error when they do not come.
 class LiveHlsPackager {
  public:
-  // Starts and waits (bounded) for three segments; throws std::runtime_error when they do not come.
-  LiveHlsPackager();
-  const std::string& directory() const { return dir_; }
+  explicit LiveHlsPackager(const std::string& dir);
 
  private:
-  std::string dir_;
-  std::unique_ptr<BackgroundProcess> ffmpeg_;
+  BackgroundProcess ffmpeg_;
 };
 
 // nginx with its RTMP module on a free loopback port, and an ffmpeg publisher.

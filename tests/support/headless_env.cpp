@@ -5,7 +5,6 @@
 #include <fstream>
 #include <random>
 #include <stdexcept>
-#include <string>
 
 namespace korvid::test {
 namespace {
@@ -25,28 +24,34 @@ void SetEnvironment(const char* name, const std::string& value) {
 #endif
 }
 
-// A new, empty folder of our own under the system's temporary folder.
-fs::path FreshDirectory() {
-  std::random_device seed;
-  for (int tries = 0; tries < 100; ++tries) {
-    const fs::path dir = fs::temp_directory_path() / ("korvid-test-" + std::to_string(seed()));
-    if (fs::create_directory(dir)) return dir;
-  }
-  throw std::runtime_error("no temporary folder could be made");
-}
-
 }  // namespace
 
 const std::string& WorkDir() { return Dir(); }
 
 void EnterHeadlessEnvironment() {
-  const fs::path dir = FreshDirectory();
+  std::random_device seed;
+  fs::path dir;
+  do {  // a new, empty folder of our own
+    dir = fs::temp_directory_path() / ("korvid-test-" + std::to_string(seed()));
+  } while (!fs::create_directory(dir));
   Dir() = dir.string();
   std::ofstream(dir / ".asoundrc") << "pcm.!default { type null }\n";
   SetEnvironment("HOME", Dir());
   SetEnvironment("SDL_VIDEODRIVER", "dummy");
   SetEnvironment("SDL_AUDIODRIVER", "dummy");
   fs::current_path(dir);
+}
+
+void RunCommand(const std::string& command) {
+  if (const int status = std::system(command.c_str()); status != 0) {
+    throw std::runtime_error("command failed (" + std::to_string(status) + "): " + command);
+  }
+}
+
+std::string ShellQuote(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
 }
 
 }  // namespace korvid::test

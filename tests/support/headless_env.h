@@ -1,6 +1,7 @@
 // Puts the test process in a headless, self-contained setting before any test
 // runs: SDL's dummy video driver, audio to a null ALSA device, and a fresh
-// temporary working directory (the engine writes its log file there).
+// temporary working directory (the engine writes its log file there). Also
+// runs the helper programs (ffmpeg, openssl, nginx) the tests need.
 #pragma once
 
 #include <string>
@@ -11,5 +12,12 @@ namespace korvid::test {
 const std::string& WorkDir();
 
 void EnterHeadlessEnvironment();
+
+// Runs `command` through the shell; throws std::runtime_error with the command
+// and its exit status when it fails.
+void RunCommand(const std::string& command);
+
+// Quotes `text` as one shell word.
+std::string ShellQuote(const std::string& text);
 
 }  // namespace korvid::test

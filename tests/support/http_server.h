@@ -1,38 +1,30 @@
 // A real HTTP or HTTPS server on the loopback interface for tests: Python's
-// http.server running support/loopback_server.py over a folder of its own.
-// It listens on 127.0.0.1 on a port it picks and ends with this object.
+// http.server running support/loopback_server.py over a folder of its own,
+// which the test fills. It listens on 127.0.0.1 on a port it picks and ends
+// with this object.
 //
-// Usage:
-//   HttpServer server;                                   // or HttpServer(HttpServer::Scheme::kHttps)
-//   server.serve("/live.mpd", manifestText, "application/dash+xml");
-//   server.serveDirectory("/hls/", "/tmp/.../hls");      // ffmpeg-made sets, media files
-//   server.serveStatus("/missing.m3u8", 404);
-//   server.serveTruncated("/cut.vtt", fullText, 10);     // connection dropped after 10 bytes
+//   HttpServer server;                                 // HttpServer(true): HTTPS, self-signed
+//   server.serve("/live.mpd", manifestText);           // 200 and the whole body
+//   server.serve("/missing.m3u8", "", 404);            // another status
+//   server.serve("/cut.vtt", fullText, 200, 10);       // 10 bytes, then the connection drops
+//   server.serveDirectory("/hls/", "/tmp/.../hls");    // a copy of the files below a folder
 //   fetch(server.url("/hls/master.m3u8"));
 //   EXPECT_EQ(server.requestsFor("/hls/low/index.m3u8").size(), 1u);
 //
-// Routing: a path given to serve, serveStatus or serveTruncated matches that
-// exact path (query text is not part of it). Otherwise the longest matching
-// directory prefix serves the file below it; anything else answers 404. A
-// later registration for the same path replaces the earlier one, also while
-// the server runs. Bodies answer GET and HEAD and honour one byte range
-// ("bytes=a-b", "bytes=a-", "bytes=-n": 206, or 416 past the end). HTTPS
-// presents a self-signed certificate for 127.0.0.1, so verifying clients fail.
+// Paths that were not served answer 404. Files answer GET and HEAD and honour
+// one byte range; the content type follows the extension. HTTPS presents a
+// self-signed certificate for 127.0.0.1, so verifying clients fail.
 //
 // On Windows (the tests run under Wine) nothing is started: the test script
 // runs one server per scheme on the Linux side and names their folders in
-// KORVID_TEST_HTTP_ROOT and KORVID_TEST_HTTPS_ROOT; an HttpServer attaches to
-// its scheme's server and resets its routes and log, so only one per scheme
-// may exist at a time there.
+// KORVID_TEST_HTTP_ROOT and KORVID_TEST_HTTPS_ROOT.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <map>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace korvid::test {
@@ -40,42 +32,32 @@ namespace korvid::test {
 // One request as the server saw it.
 struct RecordedRequest {
   std::string method;  // "GET", "HEAD", ...
-  std::string path;    // decoded path, without the query
-  std::string query;   // the query text as sent, "" without any
-  std::vector<std::pair<std::string, std::string>> headers;  // in arrival order
-
-  // The value of the first header named `name` (case-insensitive); "" if absent.
-  std::string header(const std::string& name) const;
-  bool hasHeader(const std::string& name) const;
+  std::string path;    // decoded, without the query
+  std::string query;   // as sent, "" without any
+  std::map<std::string, std::string> headers;  // names in lower case
 };
 
 class HttpServer {
  public:
-  enum class Scheme { kHttp, kHttps };
-
   // Starts (or attaches to) the server; throws std::runtime_error when it cannot.
-  explicit HttpServer(Scheme scheme = Scheme::kHttp);
+  explicit HttpServer(bool tls = false);
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
 
-  // "http://127.0.0.1:<port>" (or https) followed by `path`, which should
-  // start with "/".
+  // "http://127.0.0.1:<port>" (or https) followed by `path`, which starts with "/".
   std::string url(const std::string& path) const;
+  // The folder behind `path`, made if need be: what a program writes there is served.
+  std::string folder(const std::string& path) const;
 
-  // Answers `path` with `body` (any bytes, NULs included) and status 200.
-  void serve(const std::string& path, const std::string& body,
-             const std::string& contentType = "application/octet-stream");
-  // Answers every path that starts with `prefix` (e.g. "/hls/") with the file
-  // at `dir` + the rest of the path; ".." segments answer 403, missing files 404.
+  // Answers `path` with `body` (any bytes) and `status`; with `cut` >= 0 only
+  // the first `cut` bytes are sent, under the whole body's length, and the
+  // connection is closed. A later call for the same path replaces the answer.
+  void serve(const std::string& path, const std::string& body, int status = 200, long cut = -1);
+  // Serves a copy of the files below `dir` under `prefix` ("/hls/").
   void serveDirectory(const std::string& prefix, const std::string& dir);
-  // Answers `path` with `status` (e.g. 404, 500) and `body`.
-  void serveStatus(const std::string& path, int status, const std::string& body = {});
-  // Announces the whole `body` as its Content-Length, sends its first
-  // `bytesBeforeClose` bytes and then closes the connection.
-  void serveTruncated(const std::string& path, const std::string& body, std::size_t bytesBeforeClose);
 
-  // Requests seen so far, in arrival order (recorded when their headers arrive).
+  // Requests seen so far, in arrival order; all of them or those for `path`.
   std::vector<RecordedRequest> requests() const;
   std::vector<RecordedRequest> requestsFor(const std::string& path) const;
   void clearRequests();
@@ -85,26 +67,19 @@ class HttpServer {
     void operator()(std::FILE* pipe) const noexcept;
   };
 
-  void route(const std::string& path, int status, long cut, const std::string& type, const std::string& body);
-  void writeRoutes() const;
-
-  const Scheme scheme_;
+  const bool tls_;
   std::string root_;  // the served folder; the server's control files live in it
-  std::map<std::string, std::string> routes_;       // exact path -> its route line
-  std::map<std::string, std::string> directories_;  // prefix -> folder
-  int bodies_ = 0;
-  // The server's standard input: closing it ends the server.
-  std::unique_ptr<std::FILE, PipeClose> process_;
+  std::unique_ptr<std::FILE, PipeClose> process_;  // the server's input: closing it ends the server
   uint16_t port_ = 0;
 };
 
-// The process's server of `scheme`, started on first use and kept to the end;
-// its routes and requests carry over from test to test.
-HttpServer& SharedServer(HttpServer::Scheme scheme = HttpServer::Scheme::kHttp);
+// The process's server of each scheme, started on first use and kept to the
+// end; what it serves and its requests carry over from test to test.
+HttpServer& SharedServer(bool tls = false);
 
-// A loopback port on which nothing listens: bound once, then released.
+// A loopback port on which nothing listens (bound once by the shared server, then released).
 uint16_t DeadLoopbackPort();
-// `path` on 127.0.0.1 at such a port.
+// `path` on 127.0.0.1 at that port.
 std::string DeadLocation(const std::string& path);
 
 // False under Wine, whose TLS takes any server certificate: there a client

@@ -7,7 +7,6 @@
 #include <random>
 
 #include "support/headless_env.h"
-#include "support/process.h"
 
 namespace korvid::test {
 namespace {
@@ -88,12 +87,13 @@ std::string ReadFile(const std::string& path) {
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-std::string WriteWorkFile(const std::string& name, const std::string& text) {
-  const std::string path = WorkDir() + "/" + name;
+std::string WriteFile(const std::string& path, const std::string& text) {
   std::filesystem::create_directories(Directory(path));
   std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
   return path;
 }
+
+std::string WriteWorkFile(const std::string& name, const std::string& text) { return WriteFile(WorkDir() + "/" + name, text); }
 
 std::string HlsSubtitleSet() {
   WriteWorkFile("hls-subtitles/en.srt", FourCueSubRip({"Alpha", "Bravo", "Charlie", "Delta"}));

@@ -33,7 +33,9 @@ std::string GarbageFile(const std::string& name);
 // The bytes of the file at `path` (empty when there is none).
 std::string ReadFile(const std::string& path);
 
-// Writes `text` byte for byte to `name` in the working directory; returns the path.
+// Writes `text` byte for byte to `path`, making its folder; returns the path.
+std::string WriteFile(const std::string& path, const std::string& text);
+// The same for `name` in the working directory.
 std::string WriteWorkFile(const std::string& name, const std::string& text);
 
 // ffmpeg's HLS muxer: "master.m3u8" with two WebVTT subtitle renditions

@@ -95,7 +95,7 @@ class LiveDetection : public testing::Test {
   void SetUp() override { http_.clearRequests(); }
 
   HttpServer& http_ = korvid::test::SharedServer();
-  HttpServer& https_ = korvid::test::SharedServer(HttpServer::Scheme::kHttps);
+  HttpServer& https_ = korvid::test::SharedServer(true);
 };
 
 TEST_F(LiveDetection, FfmpegMadeSetsAreJudgedByTheirManifests) {
@@ -105,7 +105,7 @@ TEST_F(LiveDetection, FfmpegMadeSetsAreJudgedByTheirManifests) {
   EXPECT_FALSE(Verdict(http_.url("/dash/manifest.mpd"), "mpd", false));
   std::string dynamicManifest = ffmpegManifest;
   dynamicManifest.replace(dynamicManifest.find("type=\"static\""), 13, "type=\"dynamic\"");
-  http_.serve("/dyn.mpd", dynamicManifest, "application/dash+xml");
+  http_.serve("/dyn.mpd", dynamicManifest);
   EXPECT_TRUE(Verdict(http_.url("/dyn.mpd"), "mpd", true));
 
   http_.serveDirectory("/vod/", korvid::test::HlsOnDemandSet());
@@ -127,7 +127,7 @@ TEST_F(LiveDetection, FfmpegMadeSetsAreJudgedByTheirManifests) {
 }
 
 TEST_F(LiveDetection, ManifestTextAndVariantsDecide) {
-  http_.serve("/dyn.mpd", "<MPD profiles=\"x\"\n\ttype=\"dynamic\"\n>", "application/dash+xml");
+  http_.serve("/dyn.mpd", "<MPD profiles=\"x\"\n\ttype=\"dynamic\"\n>");
   EXPECT_TRUE(Verdict(http_.url("/dyn.mpd"), "mpd", true));
   EXPECT_FALSE(Verdict(http_.url("/dyn.mpd"), "MPD", false));
   http_.serve("/quoted.mpd", "<MPD type='dynamic'/>");
@@ -162,14 +162,14 @@ TEST_F(LiveDetection, FailedFetchesGiveHlsLiveAndDashNot) {
   const std::string dead = korvid::test::DeadLocation("");
   EXPECT_TRUE(Verdict(dead + "/master.m3u8", "m3u8", true));
   EXPECT_FALSE(Verdict(dead + "/manifest.mpd", "mpd", false));
-  http_.serveStatus("/gone.mpd", 404);
+  http_.serve("/gone.mpd", "", 404);
   EXPECT_FALSE(Verdict(http_.url("/gone.mpd"), "mpd", false));
 
   // A master whose first variant cannot be read.
   http_.serve("/deadvariant.m3u8", Master(dead + "/v.m3u8"));
   EXPECT_TRUE(Verdict(http_.url("/deadvariant.m3u8"), "m3u8", true));
   http_.serve("/b/master.m3u8", Master("missing.m3u8"));
-  http_.serveStatus("/b/missing.m3u8", 500);
+  http_.serve("/b/missing.m3u8", "", 500);
   EXPECT_TRUE(Verdict(http_.url("/b/master.m3u8"), "m3u8", true));
   // A master naming no playlist at all: nothing to follow.
   http_.serve("/c/master.m3u8", "#EXTM3U\n#EXT-X-STREAM-INF:B=1\nvideo.mp4\n");
