@@ -41,13 +41,12 @@ int main() {
   korvid::test::HttpServer server;
   server.serveDirectory("/vod/", korvid::test::HlsOnDemandSet());
   const korvid::test::LiveHlsPackager live(server.folder("/live"));
-  korvid::test::RtmpServer rtmp;
-  rtmp.publish("blue", "stream");
+  const korvid::test::RtmpStream rtmp("blue");
 
   for (int round = 0; round < 3; ++round) {
     Measure("HLS on demand (loopback)", server.url("/vod/master.m3u8"));
     Measure("HLS live (loopback)", server.url("/live/master.m3u8"));
-    Measure("rtmp live (nginx)", rtmp.url("stream"));
+    Measure("rtmp live (nginx)", rtmp.url());
   }
   return 0;
 }

@@ -52,27 +52,23 @@ LiveHlsPackager::LiveHlsPackager(const std::string& dir)
                "live packager did not start: " + dir);
 }
 
-// nginx writes its pid file once its listening sockets are open.
-RtmpServer::RtmpServer() : dir_(WorkDir() + "/rtmp"), port_(DeadLoopbackPort()) {
-  WriteFile(dir_ + "/nginx.conf", "load_module /usr/lib/nginx/modules/ngx_rtmp_module.so;\ndaemon off;\n"
-                                  "master_process off;\npid " + dir_ + "/nginx.pid;\nerror_log " + dir_ +
-                                      "/error.log;\nevents {}\nrtmp { server { listen 127.0.0.1:" +
-                                      std::to_string(port_) + "; application live { live on; } } }\n");
-  nginx_ = std::make_unique<BackgroundProcess>(
-      "exec nginx -p " + ShellQuote(dir_) + " -c " + ShellQuote(dir_ + "/nginx.conf"), dir_ + "/nginx.out");
+RtmpStream::RtmpStream(const std::string& colour)
+    : dir_(WorkDir() + "/rtmp"),
+      url_("rtmp://127.0.0.1:" + std::to_string(DeadLoopbackPort()) + "/live/stream"),
+      nginx_("exec nginx -p " + ShellQuote(dir_) + " -c " +
+                 ShellQuote(WriteFile(dir_ + "/nginx.conf",
+                                      "load_module /usr/lib/nginx/modules/ngx_rtmp_module.so;\ndaemon off;\n"
+                                      "master_process off;\npid nginx.pid;\nerror_log error.log;\nevents {}\n"
+                                      "rtmp { server { listen 127.0.0.1:" + std::to_string(DeadLoopbackPort()) +
+                                          "; application live { live on; } } }\n")),
+             dir_ + "/nginx.out") {
+  // nginx writes its pid file once its listening sockets are open.
   AwaitOrThrow([&] { return std::filesystem::exists(dir_ + "/nginx.pid"); }, 10, "nginx did not start; see " + dir_);
-}
-
-void RtmpServer::publish(const std::string& colour, const std::string& name) {
   publisher_ = std::make_unique<BackgroundProcess>(
       "exec ffmpeg -nostdin -loglevel error -re -f lavfi -i color=c=" + colour +
           ":s=320x240:r=25 -f lavfi -i sine=f=440:sample_rate=44100 -c:v libx264 -preset ultrafast -tune zerolatency"
-          " -g 25 -c:a aac -f flv " + ShellQuote(url(name)),
+          " -g 25 -c:a aac -f flv " + ShellQuote(url_),
       dir_ + "/publisher.log");
-}
-
-std::string RtmpServer::url(const std::string& name) const {
-  return "rtmp://127.0.0.1:" + std::to_string(port_) + "/live/" + name;
 }
 
 }  // namespace korvid::test

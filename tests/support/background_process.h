@@ -34,20 +34,19 @@ class LiveHlsPackager {
   BackgroundProcess ffmpeg_;
 };
 
-// nginx with its RTMP module on a free loopback port, and an ffmpeg publisher.
-class RtmpServer {
+// nginx with its RTMP module on a free loopback port, and ffmpeg publishing to
+// it a live-encoded solid `colour` with a tone, a key frame every second.
+class RtmpStream {
  public:
-  // Starts nginx; throws std::runtime_error when it does not come up.
-  RtmpServer();
-  // Pushes a live-encoded solid `colour` with a tone as stream `name`, a key frame every second.
-  void publish(const std::string& colour, const std::string& name);
-  // "rtmp://127.0.0.1:<port>/live/<name>"
-  std::string url(const std::string& name) const;
+  // Starts both; throws std::runtime_error when nginx does not come up.
+  explicit RtmpStream(const std::string& colour);
+  // "rtmp://127.0.0.1:<port>/live/stream"
+  const std::string& url() const { return url_; }
 
  private:
-  std::string dir_;
-  int port_;
-  std::unique_ptr<BackgroundProcess> nginx_;
+  const std::string dir_;
+  const std::string url_;
+  BackgroundProcess nginx_;
   std::unique_ptr<BackgroundProcess> publisher_;  // declared last: ends before the server it publishes to
 };
 

@@ -30,27 +30,23 @@ inline int32_t StartUp(int32_t slots = 1) {
   return NativeInit(0);
 }
 
-// Runs `call` on this thread and returns its result. A call still running
-// after `limit` can be neither abandoned nor waited for, so a watchdog thread
-// names it on standard error and ends the process, which fails the test.
-template <typename Call>
-auto ReturnsWithin(std::chrono::seconds limit, const std::string& what, Call&& call) {
+// NativeOpenURI has no time limit of its own (it waits until the engine plays
+// or fails); on loopback or local media it settles in well under `limit`. An
+// open still running after that can be neither abandoned nor waited for, so a
+// watchdog thread names it on standard error and ends the process, which
+// fails the test.
+inline int32_t OpenWithin(const std::string& location, std::chrono::seconds limit = 60s) {
   std::promise<void> returned;
   std::thread watchdog([&, done = returned.get_future()] {
     if (done.wait_for(limit) == std::future_status::ready) return;
-    std::fprintf(stderr, "%s did not return within %lld s\n", what.c_str(), static_cast<long long>(limit.count()));
+    std::fprintf(stderr, "NativeOpenURI(%s) did not return within %lld s\n", location.c_str(),
+                 static_cast<long long>(limit.count()));
     std::_Exit(EXIT_FAILURE);
   });
-  const auto result = call();
+  const int32_t result = NativeOpenURI(location.c_str());
   returned.set_value();
   watchdog.join();
   return result;
-}
-
-// NativeOpenURI has no time limit of its own (it waits until the engine plays
-// or fails); on loopback or local media it settles in well under `limit`.
-inline int32_t OpenWithin(const std::string& location, std::chrono::seconds limit = 60s) {
-  return ReturnsWithin(limit, "NativeOpenURI(" + location + ")", [&] { return NativeOpenURI(location.c_str()); });
 }
 
 // Whether the pixel at (x, y) of a delivered frame is within 48 of (r, g, b)

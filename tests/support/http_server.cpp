@@ -4,7 +4,6 @@
 #include <windows.h>
 #endif
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -31,12 +30,6 @@ uint16_t AwaitNumber(const std::string& file) {
 }
 
 }  // namespace
-
-void HttpServer::PipeClose::operator()([[maybe_unused]] std::FILE* pipe) const noexcept {
-#ifndef _WIN32
-  pclose(pipe);  // the server sees its input end, stops, and is waited for
-#endif
-}
 
 HttpServer::HttpServer(bool tls) : tls_(tls) {
 #ifdef _WIN32
@@ -79,12 +72,12 @@ void HttpServer::serveDirectory(const std::string& prefix, const std::string& di
   fs::copy(dir, folder(prefix), fs::copy_options::recursive | fs::copy_options::overwrite_existing);
 }
 
-std::vector<RecordedRequest> HttpServer::requests() const {
+std::vector<RecordedRequest> HttpServer::requests(const std::string& path) const {
   std::istringstream log(ReadFile(root_ + "/.requests"));
-  std::vector<RecordedRequest> all;
+  std::vector<RecordedRequest> found;
   for (std::string line; std::getline(log, line);) {
     std::istringstream fields(line);
-    RecordedRequest& request = all.emplace_back();
+    RecordedRequest request;
     std::getline(fields, request.method, '\t');
     std::getline(fields, request.path, '\t');
     std::getline(fields, request.query, '\t');
@@ -92,15 +85,9 @@ std::vector<RecordedRequest> HttpServer::requests() const {
       const std::size_t colon = header.find(": ");
       request.headers[header.substr(0, colon)] = colon == std::string::npos ? "" : header.substr(colon + 2);
     }
+    if (path.empty() || request.path == path) found.push_back(std::move(request));
   }
-  return all;
-}
-
-std::vector<RecordedRequest> HttpServer::requestsFor(const std::string& path) const {
-  std::vector<RecordedRequest> matching = requests();
-  matching.erase(std::remove_if(matching.begin(), matching.end(), [&](const auto& r) { return r.path != path; }),
-                 matching.end());
-  return matching;
+  return found;
 }
 
 void HttpServer::clearRequests() { WriteFile(root_ + "/.requests", ""); }

@@ -9,7 +9,7 @@
 //   server.serve("/cut.vtt", fullText, 200, 10);       // 10 bytes, then the connection drops
 //   server.serveDirectory("/hls/", "/tmp/.../hls");    // a copy of the files below a folder
 //   fetch(server.url("/hls/master.m3u8"));
-//   EXPECT_EQ(server.requestsFor("/hls/low/index.m3u8").size(), 1u);
+//   EXPECT_EQ(server.requests("/hls/low/index.m3u8").size(), 1u);
 //
 // Paths that were not served answer 404. Files answer GET and HEAD and honour
 // one byte range; the content type follows the extension. HTTPS presents a
@@ -57,19 +57,15 @@ class HttpServer {
   // Serves a copy of the files below `dir` under `prefix` ("/hls/").
   void serveDirectory(const std::string& prefix, const std::string& dir);
 
-  // Requests seen so far, in arrival order; all of them or those for `path`.
-  std::vector<RecordedRequest> requests() const;
-  std::vector<RecordedRequest> requestsFor(const std::string& path) const;
+  // Requests seen so far, in arrival order: those for `path`, or all of them.
+  std::vector<RecordedRequest> requests(const std::string& path = {}) const;
   void clearRequests();
 
  private:
-  struct PipeClose {
-    void operator()(std::FILE* pipe) const noexcept;
-  };
-
   const bool tls_;
   std::string root_;  // the served folder; the server's control files live in it
-  std::unique_ptr<std::FILE, PipeClose> process_;  // the server's input: closing it ends the server
+  // The server's input: closing it ends the server, and pclose waits for that.
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> process_{nullptr, &pclose};
   uint16_t port_ = 0;
 };
 

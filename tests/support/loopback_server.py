@@ -1,27 +1,18 @@
 #!/usr/bin/env python3
-"""HTTP(S) test server on 127.0.0.1 over one folder.
-
-    loopback_server.py ROOT [--tls]
-
-Writes its port to ROOT/.port once it listens, and a loopback port on which
-nothing listens to ROOT/.dead-port; runs until its standard input closes.
-A file below ROOT answers GET and HEAD, with one byte range per request. A
-file FILE~ beside it holds "STATUS CUT": FILE answers with STATUS, and when
-CUT >= 0 only its first CUT bytes are sent before the connection closes.
-Each request is appended to ROOT/.requests as one line of tab-separated
-fields: method, path, query, then each header as "name: value", the name in
-lower case.
-"""
-import http.server
-import mimetypes
-import os
-import re
-import socket
-import ssl
-import subprocess
-import sys
-import threading
-import urllib.parse
+# HTTP(S) test server on 127.0.0.1 over one folder.
+#
+#     loopback_server.py ROOT [--tls]
+#
+# Writes its port to ROOT/.port once it listens, and a loopback port on which
+# nothing listens to ROOT/.dead-port; runs until its standard input closes.
+# A file below ROOT answers GET and HEAD, with one byte range per request
+# ("bytes=a-b" or "bytes=a-"). A file FILE~ beside it holds "STATUS CUT": FILE
+# answers with STATUS, and when CUT >= 0 only its first CUT bytes are sent
+# before the connection closes.
+# Each request is appended to ROOT/.requests as one line of tab-separated
+# fields: method, path, query, then each header as "name: value", the name in
+# lower case.
+import http.server, mimetypes, os, re, socket, ssl, subprocess, sys, threading, urllib.parse
 
 ROOT = os.path.abspath(sys.argv[1])
 mimetypes.add_type("video/mp2t", ".ts")
@@ -57,14 +48,11 @@ class Handler(http.server.BaseHTTPRequestHandler):
             with open(file + "~") as f:
                 status, cut = map(int, f.read().split())
             return self.send(status, body, send_body, cut)
-        ranged = re.fullmatch(r"bytes=(\d*)-(\d*)", self.headers.get("Range", ""))
-        if not ranged or not (ranged[1] or ranged[2]):
+        ranged = re.fullmatch(r"bytes=(\d+)-(\d*)", self.headers.get("Range", ""))
+        if not ranged:
             return self.send(200, body, send_body)
         size = len(body)
-        if ranged[1]:
-            start, end = int(ranged[1]), min(int(ranged[2] or size - 1), size - 1)
-        else:
-            start, end = max(size - int(ranged[2]), 0), size - 1
+        start, end = int(ranged[1]), min(int(ranged[2] or size - 1), size - 1)
         if start > end:
             return self.send(416, b"", send_body, span=f"*/{size}")
         self.send(206, body[start:end + 1], send_body, span=f"{start}-{end}/{size}")

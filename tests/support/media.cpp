@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <mutex>
 #include <random>
 
 #include "support/headless_env.h"
@@ -14,8 +13,6 @@ namespace {
 // Runs ffmpeg with `arguments` in the directory `dir` below the working
 // directory, unless the file `made` is there already; returns the path of `made`.
 std::string Make(const std::string& dir, const std::string& made, const std::string& arguments) {
-  static std::mutex mutex;
-  const std::lock_guard lock(mutex);
   const std::string path = WorkDir() + "/" + dir;
   if (!std::filesystem::exists(path + "/" + made)) {
     std::filesystem::create_directories(path);
@@ -117,7 +114,5 @@ std::string HlsLiveSet() {
                         kPattern + "-f hls -hls_time 1 -hls_list_size 2 -hls_flags omit_endlist"
                                    " -master_pl_name master.m3u8 -var_stream_map v:0,name:low %v/index.m3u8"));
 }
-
-std::string DashSet() { return Directory(Make("dash", "manifest.mpd", kPattern + "-f dash -seg_duration 1 manifest.mpd")); }
 
 }  // namespace korvid::test

@@ -44,12 +44,10 @@ std::string WriteWorkFile(const std::string& name, const std::string& text);
 // "out_<Name><n>.vtt" (the last without cues), beside the video variants.
 std::string HlsSubtitleSet();
 
-// ffmpeg's HLS and DASH muxers on two seconds of a test pattern. HLS:
-// master.m3u8 naming one variant low/index.m3u8 with 1-second segments, on
-// demand (ending in #EXT-X-ENDLIST) or a live-style window of two segments
-// without the end marker. DASH: a static manifest.mpd and its segments.
+// ffmpeg's HLS muxer on two seconds of a test pattern: master.m3u8 naming one
+// variant low/index.m3u8 with 1-second segments, on demand (ending in
+// #EXT-X-ENDLIST) or a live-style window of two segments without the end marker.
 std::string HlsOnDemandSet();
 std::string HlsLiveSet();
-std::string DashSet();
 
 }  // namespace korvid::test
