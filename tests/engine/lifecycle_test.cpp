@@ -1,75 +1,71 @@
-// Start-up, shut-down, the calls a host may make before start-up, and the
-// method log, on the real engine.
+// Start-up, shut-down in both modes, the calls a host may make before
+// start-up, and the method log, on the real engine.
 
 #include "core/player_record.h"
 #include "multi/slot_tables.h"
 #include "support/engine_session.h"
-#include "video/preview_objects.h"
+#include "support/media.h"
 
 namespace korvid::test {
 namespace {
 
-TEST(Lifecycle, StartUpAndShutDownCycleInBothModes) {
-  for (int i = 0; i < 3; ++i) {  // the way an editor enters and leaves play mode
-    ASSERT_EQ(NativeInit(0), 0);
-    EXPECT_NE(Record().mainPlayer.get(), nullptr);
-    NativeShutdown();
-    EXPECT_EQ(GetNativeQueueSize(), -1);
-  }
-  NativeShutdown();  // a second shut-down finds nothing to release
+using Lifecycle = EngineTestOf<0>;
 
-  // Multi-instance: one engine, frame copy and texture per slot, no main player.
-  ASSERT_EQ(StartUp(3), 0);
-  multi::SlotTables& slots = multi::Slots();
-  ASSERT_EQ(slots.size(), 3);
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_NE(slots.engine(i), nullptr) << i;
-    EXPECT_NE(slots.frameTarget(i).texture, nullptr) << i;
-    EXPECT_NE(slots.frameTarget(i).copy, nullptr) << i;
-    EXPECT_EQ(slots.player(i), nullptr) << i;
-  }
-  EXPECT_EQ(slots.frameTarget(3).copy, nullptr);
-  EXPECT_NE(video::MainPreview().renderer, nullptr);
-  EXPECT_EQ(Record().mainPlayer.get(), nullptr);
-  NativeShutdown();
-  EXPECT_EQ(Record().instanceCount, 1);
-  EXPECT_EQ(Record().currentInstance, 0);
-  EXPECT_EQ(slots.size(), 0);
-  EXPECT_EQ(GetNativeQueueSize(), -1);
-  ASSERT_EQ(NativeInit(0), 0);  // back in single-player mode
-  EXPECT_NE(Record().mainPlayer.get(), nullptr);
-  NativeShutdown();
-}
-
-TEST(Lifecycle, StartUpResetsTheRecordAndBoundsTheSubtitleBuffer) {
+TEST_F(Lifecycle, StartUpAndShutDownCycleInBothModesAndResetTheRecord) {
   for (const auto& [before, after] : {std::pair{20000, 10000u}, std::pair{5000, 5000u}, std::pair{-1, 10000u}}) {
-    NativeSetProperty(901, before);
+    NativeSetProperty(901, before);  // the subtitle buffer's size, bounded at start-up
     Record().isLive = true;
     Record().isClosed = true;
     Record().stateCode = 3;
     NativeSetAutoPlay(true);
-    ASSERT_EQ(NativeInit(0), 0);
+    ASSERT_EQ(NativeInit(0), 0);  // the way an editor enters and leaves play mode
     EXPECT_EQ(Record().subtitleBufferSize, after) << before;
     EXPECT_FALSE(NativeIsLive());
     EXPECT_FALSE(Record().isClosed);
     EXPECT_FALSE(Record().autoPlay);
     EXPECT_EQ(NativeGetPlayerState(), 0);
     NativeShutdown();
+    EXPECT_EQ(GetNativeQueueSize(), -1);
   }
+  NativeShutdown();  // a second shut-down finds nothing to release
   NativeSetProperty(902, 1);  // unknown properties change nothing
   EXPECT_EQ(Record().subtitleBufferSize, 10000u);
+
+  // Multi-instance: a texture per slot (the slots' engines and frame copies
+  // show in the MultiInstance test's colours), no main player; shut down with
+  // two slots playing.
+  const std::string clip = ColourClip("blue", 6, true);
+  multi::SlotTables& slots = multi::Slots();
+  for (int cycle = 0; cycle < 3; ++cycle) {
+    NativeSetLogLevel(1);
+    EXPECT_EQ(Captured([] { NativeSetMultiStream(3); }), LogLine("NativeSetMultiStream", 2244));
+    ASSERT_EQ(NativeInit(0), 0);  // which turns logging off again
+    ASSERT_EQ(slots.size(), 3);
+    for (int i = 0; i < 3; ++i) EXPECT_NE(slots.frameTarget(i).texture, nullptr) << i;
+    EXPECT_EQ(slots.frameTarget(3).copy, nullptr);
+    EXPECT_EQ(Record().mainPlayer.get(), nullptr);
+    NativeStartChosenPlayer(0, clip.c_str());
+    NativeStartChosenPlayer(2, clip.c_str());
+    EXPECT_TRUE(Until([] { return SlotState(0) == 3 && SlotState(2) == 3; }));  // slot 2 is left the chosen one
+    NativeShutdown();
+    EXPECT_EQ(Record().instanceCount, 1);
+    EXPECT_EQ(Record().currentInstance, 0);
+    EXPECT_EQ(slots.size(), 0);
+    EXPECT_EQ(GetNativeQueueSize(), -1);
+  }
+  // Back in single-player mode.
+  ASSERT_EQ(StartUp(), 0);
+  NativeSetAutoPlay(true);
+  ASSERT_EQ(NativeOpenURI(clip.c_str()), 0);
+  EXPECT_NEAR(NativeGetTotalTime(), 6000, 200);  // the main player's length, not the slot placeholder
+  EXPECT_TRUE(Until([&] { return NativeGetRawData(frame_.data()) == kFrameBytes && Shows(frame_, 0, 0, 255); }));
 }
 
 // Every export that needs no media, called before start-up (nothing may
 // crash): its answer, and the one log line it prints while logging is on.
-TEST(Lifecycle, ExportsAnswerBeforeStartUpAndLogTheirOwnLines) {
+TEST_F(Lifecycle, ExportsAnswerBeforeStartUpAndLogTheirOwnLines) {
   std::vector<uint8_t> frame(kFrameBytes, 0xAB);
-  struct Case {
-    const char* method;
-    int line;
-    std::function<int64_t()> call;
-    int64_t expected;
-  };
+  using Case = std::tuple<const char*, int, std::function<int64_t()>, int64_t>;
   // An export with its arguments, the line it logs (0: none), and its answer (0 for one without).
 #define ANSWER(name, args, line, answer) Case{#name, line, [&] { return static_cast<int64_t>(name args); }, answer}
 #define DO(name, args, line) Case{#name, line, [&] { return name args, int64_t{0}; }, 0}
@@ -98,8 +94,8 @@ TEST(Lifecycle, ExportsAnswerBeforeStartUpAndLogTheirOwnLines) {
       ANSWER(NativeMultiInstanceGetTotalTime, (0), 1682, 0), ANSWER(NativeMultiInstanceIsLive, (0), 699, 0),
       ANSWER(KORVIDUnity_GetAudioStreamCount, (), 2146, 0), ANSWER(KORVIDUnity_GetCurrentAudioStreamID, (), 2193, -1),
       ANSWER(NativeGetCaptionEncodingType, (), 2089, 3), ANSWER(KORVIDUnity_GetCaptionStreamID, (-2), 2126, -2),
-      ANSWER(KORVIDUnity_GetCaptionStreamID, (7), 2126, 7),
-      ANSWER(KORVIDUnity_GetCaptionStreamCount, (), 2120, 0), DO(KORVIDUnity_SetCaptionStream, (0), 2113),
+      ANSWER(KORVIDUnity_GetCaptionStreamID, (7), 2126, 7), ANSWER(KORVIDUnity_GetCaptionStreamCount, (), 2120, 0),
+      DO(KORVIDUnity_SetCaptionStream, (0), 2113),
       ANSWER(NativeUpdateSubtitle, (reinterpret_cast<char*>(frame.data())), 806, 0),
       ANSWER(NativeUpdateSubtitle, (nullptr), 806, 0), ANSWER(NativeCheckSpuContent, (), 767, 0),
       DO(NativeSetActiveSpuContent, (true), 783), ANSWER(NativeOpenSubtitleURI, ("x.vtt"), 1221, 0),
@@ -111,10 +107,10 @@ TEST(Lifecycle, ExportsAnswerBeforeStartUpAndLogTheirOwnLines) {
 #undef ANSWER
 #undef DO
   NativeSetLogLevel(1);
-  for (const Case& c : cases) {
+  for (const auto& [method, line, call, expected] : cases) {
     int64_t result = 0;
-    EXPECT_EQ(Captured([&] { result = c.call(); }), c.line > 0 ? LogLine(c.method, c.line) : "");
-    EXPECT_EQ(result, c.expected) << c.method;
+    EXPECT_EQ(Captured([&, &call = call] { result = call(); }), line > 0 ? LogLine(method, line) : "");
+    EXPECT_EQ(result, expected) << method;
   }
   // NativeInit logs under the previous switch and turns logging off; the
   // switch itself never logs.
