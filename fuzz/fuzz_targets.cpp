@@ -3,14 +3,12 @@
 // result ends the run as a crash libFuzzer records; so does any exception
 // other than the ones the cue parsers are documented to raise.
 #include <cmath>
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "net/live_detection.h"
 #include "subtitles/cue_parser.h"
@@ -47,8 +45,7 @@ void Cues(const std::string& document, subtitles::CueList (*parse)(std::string, 
   try {
     const subtitles::CueList cues = parse(document, 0);
     std::size_t count = 0;
-    for (const subtitles::SubtitleCue* cue = cues.get(); cue != nullptr; cue = cue->next.get()) {
-      ++count;
+    for (const subtitles::SubtitleCue* cue = cues.get(); cue != nullptr; cue = cue->next.get(), ++count) {
       Require(cue->text.size() <= document.size(), "a cue text is longer than its document");
       Require(std::isfinite(cue->startMs) && std::isfinite(cue->endMs), "a cue time is not a finite number");
     }
@@ -70,45 +67,39 @@ void MasterPlaylist(const std::string& body) {
   const subtitles::TrackList tracks = subtitles::ScanMasterPlaylist(body);
   Require(tracks.size() <= Count(body, "#EXT-X-MEDIA:TYPE=SUBTITLES"), "more tracks than subtitle tags");
   for (const auto& track : tracks) {
-    Require(body.find(track.uri) != npos, "a track location is not text of the body");
-    Require(track.label == "Unknown" || body.find(track.label) != npos, "a track label is not text of the body");
+    Require(body.find(track.uri) != npos && (track.label == "Unknown" || body.find(track.label) != npos),
+            "a track's location or label is not text of the body");
   }
-  const std::string directory = subtitles::DirectoryPart(body);
-  Require(body.compare(0, directory.size(), directory) == 0, "the directory part is not a prefix");
+  Require(body.rfind(subtitles::DirectoryPart(body), 0) == 0, "the directory part is not a prefix");
 }
 
 // The media-playlist scan for WebVTT segment names: ".vtt" wins over
 // ".webvtt"; every occurrence of the marker gives one name that ends with it
 // and holds no line feed.
 void MediaPlaylist(const std::string& body) {
-  const std::vector<std::string> names = subtitles::ScanMediaPlaylistSegments(body);
+  const auto names = subtitles::ScanMediaPlaylistSegments(body);
   const std::string_view marker = Count(body, ".vtt") != 0 ? ".vtt" : ".webvtt";
   Require(names.size() == Count(body, marker), "segment count differs from the number of markers");
   for (const std::string& name : names) {
-    Require(EndsWith(name, marker), "a segment name does not end with its marker");
-    Require(name.find('\n') == npos, "a segment name spans lines");
+    Require(EndsWith(name, marker) && name.find('\n') == npos, "a segment name spans lines or lacks its marker");
   }
 }
 
 // The live-detection scans. An input holding a NUL byte is split there into
 // the master playlist's location and its body; otherwise the whole input is
 // the body of a playlist at a fixed location.
-void LiveDetection(const std::string& input) {
+void LiveDetection(std::string_view input) {
   const std::size_t split = input.find('\0');
-  const std::string_view whole = input;
-  const std::string_view masterUrl = split == npos ? "http://127.0.0.1:8080/a/master.m3u8" : whole.substr(0, split);
-  const std::string_view body = split == npos ? whole : whole.substr(split + 1);
-  Require(net::LiveManifestIsDynamic(body) == (body.find("type=\"dynamic\"") != npos),
-          "the DASH test disagrees with a plain search");
+  const std::string_view masterUrl = split == npos ? "http://127.0.0.1:8080/a/master.m3u8" : input.substr(0, split);
+  const std::string_view body = split == npos ? input : input.substr(split + 1);
+  Require(net::LiveManifestIsDynamic(body) == (body.find("type=\"dynamic\"") != npos), "the DASH test differs");
   const std::string reference = net::LiveFirstVariantReference(body);
-  if (!net::LivePlaylistIsMaster(body)) Require(reference.empty(), "a variant was found in a media playlist");
-  if (!reference.empty()) {
-    Require(EndsWith(reference, "m3u8"), "a variant reference does not end in m3u8");
-    Require(reference.find_first_of("\r\n") == npos, "a variant reference spans lines");
-    Require(body.find(reference) != npos, "a variant reference is not text of the body");
-  }
-  Require(EndsWith(net::LiveVariantUrl(masterUrl, reference), reference),
-          "the media-playlist URL does not end with the reference");
+  Require(reference.empty() || net::LivePlaylistIsMaster(body), "a variant was found in a media playlist");
+  // A reference ends in m3u8, holds no line break and is text of the body.
+  Require(reference.empty() || (EndsWith(reference, "m3u8") && reference.find_first_of("\r\n") == npos &&
+                                body.find(reference) != npos),
+          "a variant reference is not one line of the body ending in m3u8");
+  Require(EndsWith(net::LiveVariantUrl(masterUrl, reference), reference), "the variant's URL does not end with it");
   (void)net::LivePlaylistHasEndList(body);
 }
 
