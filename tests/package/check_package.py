@@ -1,12 +1,11 @@
 #!/usr/bin/env python3
-"""Builds the Unity package twice with scripts/package.sh and checks what ships:
-package.json, one .meta per asset with stable unique GUIDs, plug-in platforms, the
-tarball's tree; then compiles the runtime scripts that need no UnityEngine from the
-package and runs the managed test host against the packaged Linux library.
-
-    check_package.py <mono> <mcs>
-"""
-import ctypes, glob, json, os, re, subprocess, sys, tarfile, tempfile
+# Builds the Unity package twice with scripts/package.sh and checks what ships:
+# package.json, one .meta per asset with stable unique GUIDs, plug-in platforms,
+# the tarball's tree; then compiles the package's runtime scripts that need no
+# UnityEngine and runs the managed test host against the packaged Linux library.
+#
+#   check_package.py <mono> <mcs>
+import ctypes, glob, json, os, pathlib, re, subprocess, sys, tarfile, tempfile
 
 mono, mcs = sys.argv[1:3]
 root = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -19,40 +18,29 @@ def check(ok, what):
         failures.append(what)
 
 
-def package():
+def walk(tree):  # {relative path: file bytes, or None for a folder}
+    return {str(p.relative_to(tree)): p.read_bytes() if p.is_file() else None for p in pathlib.Path(tree).rglob("*")}
+
+
+def package():  # the assembled tree's folder and its walk
     subprocess.run(["bash", os.path.join(root, "scripts/package.sh")], check=True)
     (tree,) = [d for d in glob.glob(os.path.join(root, "dist/*")) if os.path.isdir(d)]
-    return tree
-
-
-def needs_meta(rel):  # what Unity imports: nothing named *~, nothing in Documentation~
-    return not rel.startswith("Documentation~") and not rel.split("/")[-1].endswith("~")
-
-
-def walk(tree):  # {package-relative path: file bytes, or None for a folder}
-    entries = {}
-    for folder, dirs, files in os.walk(tree):
-        for name in dirs + files:
-            path = os.path.join(folder, name)
-            entries[os.path.relpath(path, tree)] = None if name in dirs else open(path, "rb").read()
-    return entries
+    return tree, walk(tree)
 
 
 def guids(entries):
-    return {rel: re.search(rb"^guid: (\S*)$", data, re.M).group(1).decode()
-            for rel, data in entries.items() if rel.endswith(".meta")}
+    return {rel: re.search(rb"^guid: (\S*)$", data, re.M).group(1).decode() for rel, data in entries.items() if rel.endswith(".meta")}
 
 
-tree = package()
-first_guids = guids(walk(tree))
-tree = package()
-entries = walk(tree)
+first_guids = guids(package()[1])
+tree, entries = package()
 meta_guids = guids(entries)
 check(meta_guids == first_guids, "GUIDs are the same after a second run")
 
 # package.json: the Package Manager's rules, and the version the library itself reports.
 manifest = json.loads(entries["package.json"])
-library = ctypes.CDLL(os.path.join(tree, "Runtime/Plugins/x86_64/libWindowsKorvidSDK.so"))
+plugin_folder = os.path.join(tree, "Runtime/Plugins/x86_64")
+library = ctypes.CDLL(os.path.join(plugin_folder, "libWindowsKorvidSDK.so"))
 reported = "%d.%d.%d" % tuple(getattr(library, "NativeGetVersion" + p)() for p in ("Major", "Minor", "Patch"))
 check(re.fullmatch(r"[a-z0-9_-]+(\.[a-z0-9_-]+){2,}", manifest["name"]) is not None, "lower-case reverse-domain name")
 check(manifest["version"] == reported, "version %s is the library's (%s)" % (manifest["version"], reported))
@@ -62,8 +50,8 @@ check(all(s["path"] in entries for s in manifest["samples"]), "every sample path
 check({"CHANGELOG.md", "LICENSE", "Documentation~/index.md", "Runtime/Korvid.Runtime.asmdef"} <= set(entries),
       "changelog, licence, documentation and assembly definition present")
 
-# One .meta per imported file and folder, none left over, each with its own GUID.
-assets = {rel for rel in entries if not rel.endswith(".meta") and needs_meta(rel)}
+# One .meta per file and folder that Unity imports (none named *~ or inside Documentation~), each its own GUID.
+assets = {rel for rel in entries if not rel.endswith((".meta", "~")) and not rel.startswith("Documentation~")}
 check({rel[:-5] for rel in meta_guids} == assets, "exactly one .meta for each file and folder")
 check(all(re.fullmatch(r"[0-9a-f]{32}", g) for g in meta_guids.values()), "GUIDs are 32 hex digits")
 check(len(set(meta_guids.values())) == len(meta_guids), "GUIDs are unique")
@@ -82,23 +70,19 @@ for rel in plugins:
           "%s is enabled for %s only" % (rel, sorted(expected)))
 
 with tempfile.TemporaryDirectory() as scratch:
-    # The tarball holds the same tree under package/.
+    # The tarball holds the same files under package/.
     with tarfile.open(glob.glob(os.path.join(root, "dist/*.tgz"))[0]) as tarball:
         tarball.extractall(scratch)
-    packed = {rel: data for rel, data in walk(os.path.join(scratch, "package")).items() if data is not None}
-    check(os.listdir(scratch) == ["package"] and packed == {r: d for r, d in entries.items() if d is not None},
-          "the tarball unpacks to the same tree under package/")
+    check(os.listdir(scratch) == ["package"] and {r: d for r, d in walk(os.path.join(scratch, "package")).items() if d is not None}
+          == {r: d for r, d in entries.items() if d is not None}, "the tarball unpacks to the same tree under package/")
 
     # What ships is what is tested: the package's own scripts, the packaged library.
     scripts = [os.path.join(tree, rel) for rel in sorted(assets)
                if rel.startswith("Runtime/") and rel.endswith(".cs") and b"UnityEngine" not in entries[rel]]
     host = os.path.join(scratch, "korvid_managed_host.exe")
-    subprocess.run([mcs, "-nologo", "-debug", "-warnaserror", "-out:" + host] + scripts +
-                   sorted(glob.glob(os.path.join(root, "tests/managed/*.cs"))), check=True)
-    check(len(scripts) >= 2, "runtime scripts compiled: " + ", ".join(os.path.basename(s) for s in scripts))
-    ran = subprocess.run([os.path.join(root, "tests/managed/run_managed_host.sh"), mono, host,
-                          os.path.join(tree, "Runtime/Plugins/x86_64"), os.path.join(root, "exports/korvid_exports.h"),
-                          os.path.join(root, "tests/expected_exports.txt")])
+    subprocess.run([mcs, "-nologo", "-debug", "-warnaserror", "-out:" + host, *scripts, os.path.join(root, "tests/managed/ManagedHost.cs")], check=True)
+    ran = subprocess.run([os.path.join(root, "tests/managed/run_managed_host.sh"), mono, host, plugin_folder,
+                          os.path.join(root, "exports/korvid_exports.h"), os.path.join(root, "tests/expected_exports.txt")])
     check(ran.returncode == 0, "the managed host passes against the packaged library")
 
 print("package checks: %d failed" % len(failures))
