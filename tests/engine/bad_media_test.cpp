@@ -2,12 +2,8 @@
 // servers that fail or cut a body off, and HLS masters whose variants are
 // missing. Every call must return what it is documented to return, and the
 // process must survive to shut down.
-#include <tuple>
 
 #include "support/engine_session.h"
-#include "support/headless_env.h"
-#include "support/http_server.h"
-#include "support/media.h"
 
 namespace korvid::test {
 namespace {

@@ -1,10 +1,8 @@
 // Start-up, shut-down in both modes, the calls a host may make before
 // start-up, and the method log, on the real engine.
 
-#include "core/player_record.h"
 #include "multi/slot_tables.h"
 #include "support/engine_session.h"
-#include "support/media.h"
 
 namespace korvid::test {
 namespace {

@@ -1,14 +1,9 @@
 // Multi-instance playback on the real engine: four slots side by side, each
 // drawing its own clip into its own frame copy, rewound and queried by index,
 // then restarted with a live stream and with bad media.
-#include <vlc/vlc.h>
-
-#include <tuple>
 
 #include "multi/slot_tables.h"
 #include "support/engine_session.h"
-#include "support/http_server.h"
-#include "support/media.h"
 
 namespace korvid::test {
 namespace {

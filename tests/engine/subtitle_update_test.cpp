@@ -1,16 +1,10 @@
 // Side subtitles against a real player paused at known times: the cue cursor,
 // the bytes written into the host's buffer and the results the host sees.
-#include <vlc/vlc.h>
 
 #include <array>
 #include <stdexcept>
-#include <tuple>
 
-#include "core/player_record.h"
 #include "support/engine_session.h"
-#include "support/headless_env.h"
-#include "support/http_server.h"
-#include "support/media.h"
 
 namespace korvid::test {
 namespace {

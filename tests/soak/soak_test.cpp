@@ -9,7 +9,6 @@
 #include <fstream>
 
 #include "support/engine_session.h"
-#include "support/media.h"
 
 namespace korvid::test {
 namespace {

@@ -1,8 +1,10 @@
 // Helpers for tests that drive the real engine through the exported interface
-// (included with it and the standard headers every such test uses).
+// (included with it, the engine's own interface, the player record, the
+// media, the loopback server and the standard headers such tests use).
 #pragma once
 
 #include <gtest/gtest.h>
+#include <vlc/vlc.h>
 
 #include <algorithm>
 #include <chrono>
@@ -13,10 +15,15 @@
 #include <future>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
+#include "core/player_record.h"
 #include "exports/korvid_exports.h"
+#include "support/headless_env.h"
+#include "support/http_server.h"
+#include "support/media.h"
 
 namespace korvid::test {
 

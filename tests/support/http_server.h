@@ -11,7 +11,7 @@
 //   fetch(server.url("/hls/master.m3u8"));
 //   EXPECT_EQ(server.requests("/hls/low/index.m3u8").size(), 1u);
 //
-// Paths that were not served answer 404. Files answer GET and HEAD and honour
+// Paths that were not served answer 404. Files answer GET and honour
 // one byte range; the content type follows the extension. HTTPS presents a
 // self-signed certificate for 127.0.0.1, so verifying clients fail.
 //

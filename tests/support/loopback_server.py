@@ -5,7 +5,7 @@
 #
 # Writes its port to ROOT/.port once it listens, and a loopback port on which
 # nothing listens to ROOT/.dead-port; runs until its standard input closes.
-# A file below ROOT answers GET and HEAD, with one byte range per request
+# A file below ROOT answers GET, with one byte range per request
 # ("bytes=a-b" or "bytes=a-"). A file FILE~ beside it holds "STATUS CUT": FILE
 # answers with STATUS, and when CUT >= 0 only its first CUT bytes are sent
 # before the connection closes.
@@ -25,13 +25,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def log_message(self, *args):
         pass
 
-    def do_HEAD(self):
-        self.answer(send_body=False)
-
     def do_GET(self):
-        self.answer(send_body=True)
-
-    def answer(self, send_body):
         url = urllib.parse.urlsplit(self.path)
         path = urllib.parse.unquote(url.path)
         fields = [self.command, path, url.query] + [f"{k.lower()}: {v}" for k, v in self.headers.items()]
@@ -43,21 +37,21 @@ class Handler(http.server.BaseHTTPRequestHandler):
             with open(file, "rb") as f:
                 body = f.read()
         except OSError:
-            return self.send(404, b"not found", send_body)
+            return self.send(404, b"not found")
         if os.path.exists(file + "~"):
             with open(file + "~") as f:
                 status, cut = map(int, f.read().split())
-            return self.send(status, body, send_body, cut)
+            return self.send(status, body, cut)
         ranged = re.fullmatch(r"bytes=(\d+)-(\d*)", self.headers.get("Range", ""))
         if not ranged:
-            return self.send(200, body, send_body)
+            return self.send(200, body)
         size = len(body)
         start, end = int(ranged[1]), min(int(ranged[2] or size - 1), size - 1)
         if start > end:
-            return self.send(416, b"", send_body, span=f"*/{size}")
-        self.send(206, body[start:end + 1], send_body, span=f"{start}-{end}/{size}")
+            return self.send(416, b"", span=f"*/{size}")
+        self.send(206, body[start:end + 1], span=f"{start}-{end}/{size}")
 
-    def send(self, status, body, send_body, cut=-1, span=None):
+    def send(self, status, body, cut=-1, span=None):
         self.send_response(status)
         self.send_header("Content-Type", self.type)
         self.send_header("Content-Length", str(len(body)))
@@ -65,8 +59,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         if span:
             self.send_header("Content-Range", "bytes " + span)
         self.end_headers()
-        if send_body:
-            self.wfile.write(body if cut < 0 else body[:cut])
+        self.wfile.write(body if cut < 0 else body[:cut])
         if cut >= 0:
             self.wfile.flush()
             self.close_connection = True
