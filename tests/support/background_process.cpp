@@ -2,30 +2,15 @@
 
 #include <signal.h>
 
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <functional>
 #include <stdexcept>
-#include <thread>
 
 #include "support/headless_env.h"
 #include "support/http_server.h"
 #include "support/media.h"
 
 namespace korvid::test {
-namespace {
-
-// Polls `condition` every 50 ms for up to `seconds`; throws `failure` when it never holds.
-void AwaitOrThrow(const std::function<bool()>& condition, int seconds, const std::string& failure) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error(failure);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
-}
-
-}  // namespace
 
 // setsid makes the command the leader of a session of its own (it is not a
 // group leader, so it does not fork): killing that group ends what it started.
@@ -54,12 +39,13 @@ LiveHlsPackager::LiveHlsPackager(const std::string& dir)
 
 RtmpStream::RtmpStream(const std::string& colour)
     : dir_(WorkDir() + "/rtmp"),
-      url_("rtmp://127.0.0.1:" + std::to_string(DeadLoopbackPort()) + "/live/stream"),
+      port_(DeadLoopbackPort()),
+      url_("rtmp://127.0.0.1:" + std::to_string(port_) + "/live/stream"),
       nginx_("exec nginx -p " + ShellQuote(dir_) + " -c " +
                  ShellQuote(WriteFile(dir_ + "/nginx.conf",
                                       "load_module /usr/lib/nginx/modules/ngx_rtmp_module.so;\ndaemon off;\n"
                                       "master_process off;\npid nginx.pid;\nerror_log error.log;\nevents {}\n"
-                                      "rtmp { server { listen 127.0.0.1:" + std::to_string(DeadLoopbackPort()) +
+                                      "rtmp { server { listen 127.0.0.1:" + std::to_string(port_) +
                                           "; application live { live on; } } }\n")),
              dir_ + "/nginx.out") {
   // nginx writes its pid file once its listening sockets are open.

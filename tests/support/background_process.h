@@ -45,6 +45,7 @@ class RtmpStream {
 
  private:
   const std::string dir_;
+  const int port_;  // where nginx listens
   const std::string url_;
   BackgroundProcess nginx_;
   std::unique_ptr<BackgroundProcess> publisher_;  // declared last: ends before the server it publishes to

@@ -1,10 +1,12 @@
 #include "support/headless_env.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <stdexcept>
+#include <thread>
 
 namespace korvid::test {
 namespace {
@@ -45,6 +47,14 @@ void EnterHeadlessEnvironment() {
 void RunCommand(const std::string& command) {
   if (const int status = std::system(command.c_str()); status != 0) {
     throw std::runtime_error("command failed (" + std::to_string(status) + "): " + command);
+  }
+}
+
+void AwaitOrThrow(const std::function<bool()>& condition, int seconds, const std::string& failure) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error(failure);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
 }
 

@@ -4,6 +4,7 @@
 // runs the helper programs (ffmpeg, openssl, nginx) the tests need.
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace korvid::test {
@@ -16,6 +17,10 @@ void EnterHeadlessEnvironment();
 // Runs `command` through the shell; throws std::runtime_error with the command
 // and its exit status when it fails.
 void RunCommand(const std::string& command);
+
+// Polls `condition` every 50 ms for up to `seconds`; throws std::runtime_error
+// with `failure` when it never holds (a helper program did not come up).
+void AwaitOrThrow(const std::function<bool()>& condition, int seconds, const std::string& failure);
 
 // Quotes `text` as one shell word.
 std::string ShellQuote(const std::string& text);

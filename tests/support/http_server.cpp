@@ -5,12 +5,10 @@
 #endif
 
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 
 #include "support/headless_env.h"
 #include "support/media.h"
@@ -20,13 +18,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The number the server writes into `file` once it listens; 0 after ten seconds without.
+// The number the server writes into `file` once it listens.
 uint16_t AwaitNumber(const std::string& file) {
-  for (int tries = 0; tries < 200; ++tries) {
-    if (const std::string text = ReadFile(file); !text.empty()) return static_cast<uint16_t>(std::stoi(text));
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
-  return 0;
+  std::string text;
+  AwaitOrThrow([&] { return !(text = ReadFile(file)).empty(); }, 10, "the loopback server did not write " + file);
+  return static_cast<uint16_t>(std::stoi(text));
 }
 
 }  // namespace
@@ -46,7 +42,6 @@ HttpServer::HttpServer(bool tls) : tls_(tls) {
   if (!process_) throw std::runtime_error("could not start the loopback server");
 #endif
   port_ = AwaitNumber(root_ + "/.port");
-  if (port_ == 0) throw std::runtime_error("the loopback server did not start in " + root_);
   clearRequests();
 }
 
