@@ -40,7 +40,7 @@ int main() {
   korvid::test::EnterHeadlessEnvironment();
   korvid::test::HttpServer server;
   server.serveDirectory("/vod/", korvid::test::HlsOnDemandSet());
-  const korvid::test::LiveHlsPackager live(server.folder("/live"));
+  server.serveDirectory("/live/", korvid::test::HlsLiveSet());
   const korvid::test::RtmpStream rtmp("blue");
 
   for (int round = 0; round < 3; ++round) {

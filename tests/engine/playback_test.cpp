@@ -119,21 +119,17 @@ using StreamingPlayback = Playback;
 
 TEST_F(StreamingPlayback, OnDemandHlsThenRtmpWithoutAnyFetchThenALiveStreamPausesByStopping) {
   HttpServer server;
-  const LiveHlsPackager live(server.folder("/live"));
   const RtmpStream rtmp("green");
   server.serveDirectory("/hls/", HlsOnDemandSet());
+  server.serveDirectory("/live/", HlsLiveSet());
   NativeSetAutoPlay(true);
   ASSERT_TRUE(After([&] { return NativeOpenURI(server.url("/hls/master.m3u8").c_str()); }, 2)) << Seen();
   EXPECT_FALSE(NativeIsLive());
 
   // rtmp is live by its scheme, without asking the server.
   int32_t opened = -1;
-  const std::string log = LoggedBy([&] {
-    // The publisher needs a moment to connect; retry the open a bounded number of times.
-    for (int attempt = 0; attempt < 10 && opened != 0; ++attempt) {
-      if (attempt > 0) std::this_thread::sleep_for(500ms);
-      opened = NativeOpenURI(rtmp.url().c_str());
-    }
+  const std::string log = LoggedBy([&] {  // the publisher needs a moment to connect: the open is retried
+    Until([&] { return (opened = NativeOpenURI(rtmp.url().c_str())) == 0; });
   });
   ASSERT_EQ(opened, 0);
   EXPECT_TRUE(NativeIsLive());

@@ -25,36 +25,22 @@ BackgroundProcess::BackgroundProcess(const std::string& command, const std::stri
 
 BackgroundProcess::~BackgroundProcess() { kill(-session_, SIGKILL); }
 
-LiveHlsPackager::LiveHlsPackager(const std::string& dir)
-    : ffmpeg_("cd " + ShellQuote(dir) +
-                  " && exec ffmpeg -nostdin -loglevel error -re -f lavfi -i testsrc=s=320x240:r=25 -f lavfi -i"
-                  " sine=f=440 -c:v libx264 -preset ultrafast -g 25 -c:a aac -f hls -hls_time 1 -hls_list_size 6"
-                  " -hls_flags delete_segments index.m3u8",
-              dir + "/ffmpeg.log") {
-  WriteFile(dir + "/master.m3u8", "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=300000,RESOLUTION=320x240\nindex.m3u8\n");
-  // The segments are index0.ts, index1.ts and so on; the third is listed once it is complete.
-  AwaitOrThrow([&] { return ReadFile(dir + "/index.m3u8").find("index2.ts") != std::string::npos; }, 20,
-               "live packager did not start: " + dir);
-}
-
 RtmpStream::RtmpStream(const std::string& colour)
     : dir_(WorkDir() + "/rtmp"),
       port_(DeadLoopbackPort()),
       url_("rtmp://127.0.0.1:" + std::to_string(port_) + "/live/stream"),
-      nginx_("exec nginx -p " + ShellQuote(dir_) + " -c " +
-                 ShellQuote(WriteFile(dir_ + "/nginx.conf",
-                                      "load_module /usr/lib/nginx/modules/ngx_rtmp_module.so;\ndaemon off;\n"
-                                      "master_process off;\npid nginx.pid;\nerror_log error.log;\nevents {}\n"
-                                      "rtmp { server { listen 127.0.0.1:" + std::to_string(port_) +
-                                          "; application live { live on; } } }\n")),
-             dir_ + "/nginx.out") {
-  // nginx writes its pid file once its listening sockets are open.
+      // nginx writes its pid file once its listening sockets are open; the publisher starts then.
+      session_("nginx -p " + ShellQuote(dir_) + " -c " +
+                   ShellQuote(WriteFile(dir_ + "/nginx.conf",
+                                        "load_module /usr/lib/nginx/modules/ngx_rtmp_module.so;\ndaemon off;\n"
+                                        "master_process off;\npid nginx.pid;\nerror_log error.log;\nevents {}\n"
+                                        "rtmp { server { listen 127.0.0.1:" + std::to_string(port_) +
+                                            "; application live { live on; } } }\n")) +
+                   " & until [ -e " + ShellQuote(dir_ + "/nginx.pid") + " ]; do sleep 0.05; done; exec ffmpeg -nostdin -loglevel error -re -f lavfi"
+                   " -i color=c=" + colour + ":s=320x240:r=25 -f lavfi -i sine=f=440:sample_rate=44100 -c:v libx264"
+                   " -preset ultrafast -tune zerolatency -g 25 -c:a aac -f flv " + ShellQuote(url_),
+               dir_ + "/session.log") {
   AwaitOrThrow([&] { return std::filesystem::exists(dir_ + "/nginx.pid"); }, 10, "nginx did not start; see " + dir_);
-  publisher_ = std::make_unique<BackgroundProcess>(
-      "exec ffmpeg -nostdin -loglevel error -re -f lavfi -i color=c=" + colour +
-          ":s=320x240:r=25 -f lavfi -i sine=f=440:sample_rate=44100 -c:v libx264 -preset ultrafast -tune zerolatency"
-          " -g 25 -c:a aac -f flv " + ShellQuote(url_),
-      dir_ + "/publisher.log");
 }
 
 }  // namespace korvid::test

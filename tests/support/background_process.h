@@ -1,11 +1,9 @@
-// Helper programs running beside a test: a live HLS packager and an RTMP
-// server with its publisher. Each runs in a session of its own and is killed
-// with it when its object goes.
+// Helper programs running beside a test: an RTMP server with its publisher.
+// Each runs in a session of its own and is killed with it when its object goes.
 #pragma once
 
 #include <sys/types.h>
 
-#include <memory>
 #include <string>
 
 namespace korvid::test {
@@ -22,20 +20,9 @@ class BackgroundProcess {
   pid_t session_ = 0;
 };
 
-// ffmpeg packaging a test pattern with a tone in real time into the folder
-// `dir` (a server's folder, which must exist): a sliding window of 1-second segments without an end
-// marker, index.m3u8, and a master.m3u8 naming it. Starts and waits (bounded)
-// for three segments; throws std::runtime_error when they do not come.
-class LiveHlsPackager {
- public:
-  explicit LiveHlsPackager(const std::string& dir);
-
- private:
-  BackgroundProcess ffmpeg_;
-};
-
 // nginx with its RTMP module on a free loopback port, and ffmpeg publishing to
-// it a live-encoded solid `colour` with a tone, a key frame every second.
+// it a live-encoded solid `colour` with a tone, a key frame every second. Both
+// run in one session.
 class RtmpStream {
  public:
   // Starts both; throws std::runtime_error when nginx does not come up.
@@ -47,8 +34,7 @@ class RtmpStream {
   const std::string dir_;
   const int port_;  // where nginx listens
   const std::string url_;
-  BackgroundProcess nginx_;
-  std::unique_ptr<BackgroundProcess> publisher_;  // declared last: ends before the server it publishes to
+  BackgroundProcess session_;
 };
 
 }  // namespace korvid::test

@@ -35,9 +35,9 @@ std::string FourCueSubRip(std::initializer_list<const char*> words) {
   return out;
 }
 
-// Two seconds of a 160 x 120 test pattern, one key frame per second.
+// Six seconds of a 160 x 120 test pattern, one key frame per second.
 const std::string kPattern =
-    "-f lavfi -i testsrc=size=160x120:rate=10 -t 2 -c:v libx264 -preset ultrafast -pix_fmt yuv420p -b:v 100k -g 10 ";
+    "-f lavfi -i testsrc=size=160x120:rate=10 -t 6 -c:v libx264 -preset ultrafast -pix_fmt yuv420p -b:v 100k -g 10 ";
 
 }  // namespace
 
@@ -111,7 +111,7 @@ std::string HlsOnDemandSet() {
 
 std::string HlsLiveSet() {
   return Directory(Make("hls-live", "master.m3u8",
-                        kPattern + "-f hls -hls_time 1 -hls_list_size 2 -hls_flags omit_endlist"
+                        kPattern + "-f hls -hls_time 1 -hls_list_size 6 -hls_flags omit_endlist"
                                    " -master_pl_name master.m3u8 -var_stream_map v:0,name:low %v/index.m3u8"));
 }
 

@@ -44,9 +44,9 @@ std::string WriteWorkFile(const std::string& name, const std::string& text);
 // "out_<Name><n>.vtt" (the last without cues), beside the video variants.
 std::string HlsSubtitleSet();
 
-// ffmpeg's HLS muxer on two seconds of a test pattern: master.m3u8 naming one
+// ffmpeg's HLS muxer on six seconds of a test pattern: master.m3u8 naming one
 // variant low/index.m3u8 with 1-second segments, on demand (ending in
-// #EXT-X-ENDLIST) or a live-style window of two segments without the end marker.
+// #EXT-X-ENDLIST) or a live-style window of all six without the end marker.
 std::string HlsOnDemandSet();
 std::string HlsLiveSet();
 
