@@ -64,7 +64,7 @@ TEST_F(BadMedia, DamagedFilesFailingServersCutBodiesAndMissingVariants) {
   NativeSetAutoPlay(true);
   for (const auto& [location, mayPlay, live] : cases) {
     SCOPED_TRACE(location);
-    const int32_t result = OpenWithin(location);
+    const int32_t result = NativeOpenURI(location.c_str());
     EXPECT_TRUE(result == -1 || (mayPlay && result == 0)) << result;  // an engine error, or playing
     EXPECT_EQ(NativeIsLive(), live);
     EXPECT_EQ(NativeGetRawData(frame_.data()), kFrameBytes);

@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <future>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -37,25 +36,6 @@ inline int32_t StartUp(int32_t slots = 1) {
   return NativeInit(0);
 }
 
-// NativeOpenURI has no time limit of its own (it waits until the engine plays
-// or fails); on loopback or local media it settles in well under `limit`. An
-// open still running after that can be neither abandoned nor waited for, so a
-// watchdog thread names it on standard error and ends the process, which
-// fails the test.
-inline int32_t OpenWithin(const std::string& location, std::chrono::seconds limit = 60s) {
-  std::promise<void> returned;
-  std::thread watchdog([&, done = returned.get_future()] {
-    if (done.wait_for(limit) == std::future_status::ready) return;
-    std::fprintf(stderr, "NativeOpenURI(%s) did not return within %lld s\n", location.c_str(),
-                 static_cast<long long>(limit.count()));
-    std::_Exit(EXIT_FAILURE);
-  });
-  const int32_t result = NativeOpenURI(location.c_str());
-  returned.set_value();
-  watchdog.join();
-  return result;
-}
-
 // Whether the pixel at (x, y) of a delivered frame is within 48 of (r, g, b)
 // in each channel: the clips pass through 4:2:0 YUV and back.
 inline const uint8_t* Pixel(const std::vector<uint8_t>& frame, int x, int y) {
@@ -66,8 +46,7 @@ inline bool Shows(const std::vector<uint8_t>& frame, int r, int g, int b, int x 
   return std::abs(p[0] - r) < 48 && std::abs(p[1] - g) < 48 && std::abs(p[2] - b) < 48;
 }
 inline std::string PixelText(const std::vector<uint8_t>& frame, int x = 960, int y = 540) {
-  const uint8_t* p = Pixel(frame, x, y);
-  return std::to_string(p[0]) + "," + std::to_string(p[1]) + "," + std::to_string(p[2]) + "," + std::to_string(p[3]);
+  return testing::PrintToString(std::vector<int>(Pixel(frame, x, y), Pixel(frame, x, y) + 4));
 }
 
 // NativeGetPlayerState of `slot`, chosen with NativeControlInstance.
@@ -138,11 +117,7 @@ class EngineTestOf : public testing::Test {
   bool HasRun(const std::vector<int32_t>& run) const {
     return std::search(events_.begin(), events_.end(), run.begin(), run.end()) != events_.end();
   }
-  std::string Seen() const {
-    std::string text;
-    for (const int32_t code : events_) text += (text.empty() ? "" : " ") + std::to_string(code);
-    return "[" + text + "]";
-  }
+  std::string Seen() const { return testing::PrintToString(events_); }
 
   std::vector<int32_t> events_;
   std::vector<uint8_t> frame_ = std::vector<uint8_t>(kFrameBytes);
