@@ -10,7 +10,7 @@
 # answers with STATUS, and when CUT >= 0 only its first CUT bytes are sent
 # before the connection closes.
 # Each request is appended to ROOT/.requests as one line of tab-separated
-# fields: method, path, query, then each header as "name: value", the name in
+# fields: the target as sent, then each header as "name: value", the name in
 # lower case.
 import http.server, mimetypes, os, re, socket, ssl, subprocess, sys, threading, urllib.parse
 
@@ -22,13 +22,9 @@ log_lock = threading.Lock()
 class Handler(http.server.BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
 
-    def log_message(self, *args):
-        pass
-
     def do_GET(self):
-        url = urllib.parse.urlsplit(self.path)
-        path = urllib.parse.unquote(url.path)
-        fields = [self.command, path, url.query] + [f"{k.lower()}: {v}" for k, v in self.headers.items()]
+        path = urllib.parse.unquote(urllib.parse.urlsplit(self.path).path)
+        fields = [self.path] + [f"{k.lower()}: {v}" for k, v in self.headers.items()]
         with log_lock, open(os.path.join(ROOT, ".requests"), "a", encoding="utf-8") as log:
             log.write("\t".join(fields) + "\n")
         file = os.path.join(ROOT, path.lstrip("/"))
@@ -71,24 +67,20 @@ def publish(name, value):  # whole or not at all: the test polls for the file
     os.replace(os.path.join(ROOT, name + ".tmp"), os.path.join(ROOT, name))
 
 
-def main():
-    server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-    server.daemon_threads = True
-    if "--tls" in sys.argv:
-        key, cert = os.path.join(ROOT, ".key.pem"), os.path.join(ROOT, ".cert.pem")
-        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj", "/CN=127.0.0.1",
-                        "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out", cert],
-                       check=True, capture_output=True)
-        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-        context.load_cert_chain(cert, key)
-        server.socket = context.wrap_socket(server.socket, server_side=True)
-    with socket.socket() as unused:
-        unused.bind(("127.0.0.1", 0))
-        publish(".dead-port", unused.getsockname()[1])
-    publish(".port", server.server_address[1])
-    threading.Thread(target=server.serve_forever, daemon=True).start()
-    sys.stdin.read()  # until the test closes our input or ends
+server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+server.daemon_threads = True
+if "--tls" in sys.argv:
+    key, cert = os.path.join(ROOT, ".key.pem"), os.path.join(ROOT, ".cert.pem")
+    subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj", "/CN=127.0.0.1",
+                    "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out", cert],
+                   check=True, capture_output=True)
+    context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+    context.load_cert_chain(cert, key)
+    server.socket = context.wrap_socket(server.socket, server_side=True)
+with socket.socket() as unused:
+    unused.bind(("127.0.0.1", 0))
+    publish(".dead-port", unused.getsockname()[1])
+publish(".port", server.server_address[1])
+threading.Thread(target=server.serve_forever, daemon=True).start()
+sys.stdin.read()  # until the test closes our input or ends
 
-
-if __name__ == "__main__":
-    main()

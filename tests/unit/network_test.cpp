@@ -57,13 +57,12 @@ TEST(ExtraHeaderRequest, SendsItsHeaderOnceAndPrintsTheBodyAfterItsLogLine) {
   EXPECT_EQ(SendExtraHeader(nullptr, http.url("/page")), std::pair(0, body));
 
   HttpGetToString(http.url("/page"));
-  const auto requests = http.requests();
+  const auto requests = http.requests();  // (the server logs GET requests only)
   ASSERT_EQ(requests.size(), 3u);
-  EXPECT_EQ(requests[0].headers.at("x-korvid-token"), "abc123");
+  EXPECT_NE(requests[0].find("\tx-korvid-token: abc123"), std::string::npos) << requests[0];
   // The header is not remembered for later requests; the plain fetch is a bare GET.
-  EXPECT_EQ(requests[1].headers.count("x-korvid-token") + requests[2].headers.count("x-korvid-token"), 0u);
-  EXPECT_EQ(requests[2].method, "GET");
-  EXPECT_EQ(requests[2].headers.count("user-agent"), 0u);
+  for (const int i : {1, 2}) EXPECT_EQ(requests[i].find("x-korvid-token"), std::string::npos) << requests[i];
+  EXPECT_EQ(requests[2].find("\tuser-agent:"), std::string::npos) << requests[2];
 }
 
 TEST(ExtraHeaderRequest, FailuresAnswerMinusOneAndPrintNothing) {
@@ -168,7 +167,7 @@ TEST(LiveDetection, VerdictsTheFetchesThatMadeThemAndTheLogLine) {
     EXPECT_EQ(Verdict(http.url(path).c_str(), kind, live), live) << path << " as " << kind;
     const auto requests = http.requests();
     EXPECT_EQ(requests.size(), fetches) << path << " as " << kind;
-    for (const auto& request : requests) EXPECT_EQ(request.query, "") << request.path;  // a variant's query is dropped
+    for (const auto& request : requests) EXPECT_EQ(request.find('?'), std::string::npos) << request;  // a variant's query is dropped
   }
   EXPECT_FALSE(Verdict(https.url("/h/vod-first.m3u8").c_str(), "m3u8", false));
   EXPECT_TRUE(Verdict(test::DeadLocation("/master.m3u8").c_str(), "m3u8", true));  // unreadable HLS counts as live
