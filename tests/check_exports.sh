@@ -23,11 +23,8 @@ if [ "$(head -c 2 "$library")" = MZ ]; then
   echo "imports: $(echo "$imports" | tr '\n' ' ')"
 else
   # Symbols the toolchain's runtime adds (sanitizers, _init/_fini) are not ours.
-  actual=$(nm -D --defined-only "$library" | awk '{print $3}' \
-    | grep -v -E '^(_init|_fini|_edata|_end|__bss_start)$' \
-    | grep -v -E '^(__asan|__ubsan|__lsan|__sanitizer|__tsan|__interceptor|___interceptor|__msan)' \
-    | grep -v -E '^(_ZN11__sanitizer|_ZN6__asan|_ZN6__tsan|_ZN7__ubsan|_ZN6__lsan)' \
-    | LC_ALL=C sort -u)
+  toolchain='^((_init|_fini|_edata|_end|__bss_start)$|_?__(asan|ubsan|lsan|sanitizer|tsan|interceptor|msan)|_ZN[0-9]+__(sanitizer|asan|tsan|ubsan|lsan))'
+  actual=$(nm -D --defined-only "$library" | awk '{print $3}' | grep -v -E "$toolchain" | LC_ALL=C sort -u)
 fi
 if [ "$actual" != "$wanted" ]; then
   echo "exported symbols differ from $expected (< expected, > exported):"
