@@ -13,10 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string& Dir() {
-  static std::string dir;
-  return dir;
-}
+std::string workDir;  // set once, before the first test runs
 
 void SetEnvironment(const char* name, const std::string& value) {
 #ifdef _WIN32
@@ -28,7 +25,7 @@ void SetEnvironment(const char* name, const std::string& value) {
 
 }  // namespace
 
-const std::string& WorkDir() { return Dir(); }
+const std::string& WorkDir() { return workDir; }
 
 void EnterHeadlessEnvironment() {
   std::random_device seed;
@@ -36,9 +33,9 @@ void EnterHeadlessEnvironment() {
   do {  // a new, empty folder of our own
     dir = fs::temp_directory_path() / ("korvid-test-" + std::to_string(seed()));
   } while (!fs::create_directory(dir));
-  Dir() = dir.string();
+  workDir = dir.string();
   std::ofstream(dir / ".asoundrc") << "pcm.!default { type null }\n";
-  SetEnvironment("HOME", Dir());
+  SetEnvironment("HOME", workDir);
   SetEnvironment("SDL_VIDEODRIVER", "dummy");
   SetEnvironment("SDL_AUDIODRIVER", "dummy");
   fs::current_path(dir);
