@@ -36,9 +36,10 @@ RtmpStream::RtmpStream(const std::string& colour)
                                         "master_process off;\npid nginx.pid;\nerror_log error.log;\nevents {}\n"
                                         "rtmp { server { listen 127.0.0.1:" + std::to_string(port_) +
                                             "; application live { live on; } } }\n")) +
-                   " & until [ -e " + ShellQuote(dir_ + "/nginx.pid") + " ]; do sleep 0.05; done; exec ffmpeg -nostdin -loglevel error -re -f lavfi"
-                   " -i color=c=" + colour + ":s=320x240:r=25 -f lavfi -i sine=f=440:sample_rate=44100 -c:v libx264"
-                   " -preset ultrafast -tune zerolatency -g 25 -c:a aac -f flv " + ShellQuote(url_),
+                   " & until [ -e " + ShellQuote(dir_ + "/nginx.pid") + " ]; do sleep 0.05; done;"
+                   " exec ffmpeg -nostdin -loglevel error -re -f lavfi -i color=c=" + colour +
+                   ":s=320x240:r=25 -f lavfi -i sine=f=440:sample_rate=44100 -c:v libx264 -preset ultrafast"
+                   " -tune zerolatency -g 25 -c:a aac -f flv " + ShellQuote(url_),
                dir_ + "/session.log") {
   AwaitOrThrow([&] { return std::filesystem::exists(dir_ + "/nginx.pid"); }, 10, "nginx did not start; see " + dir_);
 }
