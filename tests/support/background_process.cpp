@@ -27,6 +27,8 @@ BackgroundProcess::~BackgroundProcess() { kill(-session_, SIGKILL); }
 
 RtmpStream::RtmpStream(const std::string& colour)
     : dir_(WorkDir() + "/rtmp"),
+      // The shared server's released port: nothing else listens there, and no
+      // test that expects it refused runs beside a stream.
       port_(DeadLoopbackPort()),
       url_("rtmp://127.0.0.1:" + std::to_string(port_) + "/live/stream"),
       // nginx writes its pid file once its listening sockets are open; the publisher starts then.
