@@ -39,6 +39,7 @@ class Hold {
     bool buffered = false;  // after that, one at 100 %
     int unbuffered = 0;     // time reports with no completed buffering
     std::optional<int64_t> time;  // the report that decides
+    bool paused = false;    // the engine reported its pause
     bool over = false;      // stopped, ended or failed
   };
 
@@ -56,17 +57,18 @@ class Hold {
     const std::lock_guard lock(mutex_);
     return player != nullptr && player_ == player;
   }
-  // Ends the wait of any hold begun before this call.
-  void interrupt() {
-    {
-      const std::lock_guard lock(mutex_);
-      ++interruptions_;
-    }
-    changed_.notify_all();
-  }
-  uint64_t interruptions() {
+  // How a hold's wait ends.
+  enum class Outcome { kReport, kHurried, kSuperseded, kOver };
+
+  // Ends the wait of the hold under way: hurried, it pauses at once (the
+  // task after it then finds the player paused, as the host believes it is);
+  // superseded by a newer jump, it leaves the player to that one.
+  void hurry() { interrupt(hurries_); }
+  void supersede() { interrupt(supersessions_); }
+  // The counts a hold compares with once it waits.
+  std::pair<uint64_t, uint64_t> tickets() {
     const std::lock_guard lock(mutex_);
-    return interruptions_;
+    return {hurries_, supersessions_};
   }
   // Forgets what was heard; reports are ignored until listen(true).
   void listen(bool on) {
@@ -74,13 +76,26 @@ class Hold {
     if (!on) heard_ = Heard{};
     listening_ = on;
   }
-  // The deciding time report, or nothing once the player is over or the
-  // hold interrupted since `ticket`. No time limit: the reports wake it.
-  std::optional<int64_t> awaitTime(uint64_t ticket) {
+  // Waits for the deciding time report, the end of the player, or an
+  // interruption since `tickets`; the report is stored in `time`. No time
+  // limit: the reports wake it.
+  Outcome await(std::pair<uint64_t, uint64_t> tickets, int64_t& time) {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return interruptions_ != ticket || heard_.over || heard_.time; });
-    if (interruptions_ != ticket || heard_.over) return std::nullopt;
-    return heard_.time;
+    changed_.wait(lock, [&] {
+      return supersessions_ != tickets.second || hurries_ != tickets.first || heard_.over || heard_.time;
+    });
+    if (supersessions_ != tickets.second) return Outcome::kSuperseded;
+    if (heard_.over) return Outcome::kOver;
+    if (hurries_ != tickets.first) return Outcome::kHurried;
+    time = *heard_.time;
+    return Outcome::kReport;
+  }
+  // Waits for the engine's report of the hold's pause (or the player's end,
+  // or a newer jump): a play asked for straight after the pause would
+  // otherwise cancel it inside the engine, and the host would see no change.
+  void awaitPause(std::pair<uint64_t, uint64_t> tickets) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return supersessions_ != tickets.second || heard_.over || heard_.paused; });
   }
 
   static void OnReport(const libvlc_event_t* event, void* self) {
@@ -97,6 +112,9 @@ class Hold {
             heard.buffered = true;
           }
           break;
+        case libvlc_MediaPlayerPaused:
+          heard.paused = true;
+          break;
         case libvlc_MediaPlayerTimeChanged:
           // A jump that buffers nothing is judged on its fourth report.
           if (!heard.time && (heard.buffered || ++heard.unbuffered >= 4)) {
@@ -112,15 +130,24 @@ class Hold {
   }
 
   static constexpr libvlc_event_type_t kReports[] = {libvlc_MediaPlayerBuffering, libvlc_MediaPlayerTimeChanged,
-                                                     libvlc_MediaPlayerStopped, libvlc_MediaPlayerEndReached,
+                                                     libvlc_MediaPlayerPaused,    libvlc_MediaPlayerStopped, libvlc_MediaPlayerEndReached,
                                                      libvlc_MediaPlayerEncounteredError};
 
  private:
+  void interrupt(uint64_t& count) {
+    {
+      const std::lock_guard lock(mutex_);
+      ++count;
+    }
+    changed_.notify_all();
+  }
+
   std::mutex mutex_;
   std::condition_variable changed_;
   const libvlc_media_player_t* player_ = nullptr;
   uint64_t id_ = 0;
-  uint64_t interruptions_ = 0;
+  uint64_t hurries_ = 0;
+  uint64_t supersessions_ = 0;
   bool listening_ = false;
   Heard heard_;
 };
@@ -133,9 +160,9 @@ Hold& TheHold() {
 // Runs queued engine calls in order on one thread of its own.
 class Worker {
  public:
-  // A posted task ends the wait of a hold begun before it, unless it is that hold.
-  void post(std::function<void()> task, bool interruptsHold = true) {
-    if (interruptsHold) TheHold().interrupt();
+  // A posted task hurries a hold under way, unless it is a hold itself.
+  void post(std::function<void()> task, bool hurriesHold = true) {
+    if (hurriesHold) TheHold().hurry();
     {
       const std::lock_guard lock(mutex_);
       if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
@@ -149,7 +176,7 @@ class Worker {
     std::unique_lock lock(mutex_);
     if (!thread_.joinable() || std::this_thread::get_id() == thread_.get_id()) return;
     const uint64_t target = posted_;
-    TheHold().interrupt();
+    TheHold().hurry();
     finished_.wait(lock, [&] { return done_ >= target; });
   }
 
@@ -278,27 +305,29 @@ int SetPosition(libvlc_media_player_t* player, double position, bool fast) {
 
 void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<void()> beforeJump) {
   if (player == nullptr) return;
-  constexpr int kJumps = 3;
-  constexpr int64_t kLandedWithinMs = 1000;
-  TheHold().interrupt();  // an earlier hold gives way
+  TheHold().supersede();  // an earlier hold leaves the player to this one
   const uint64_t id = TheHold().begin(player);
-  const uint64_t ticket = TheHold().interruptions();
+  const std::pair<uint64_t, uint64_t> tickets = TheHold().tickets();
   libvlc_media_player_retain(player);
   TheWorker().post(
-      [player, timeMs, id, ticket, beforeJump = std::move(beforeJump)] {
+      [player, timeMs, id, tickets, beforeJump = std::move(beforeJump)] {
+        constexpr int kJumps = 3;
+        constexpr int64_t kLandedWithinMs = 1000;
         libvlc_event_manager_t* events = libvlc_media_player_event_manager(player);
         for (const libvlc_event_type_t type : Hold::kReports) libvlc_event_attach(events, type, &Hold::OnReport, &TheHold());
-        for (int jump = 0; jump < kJumps; ++jump) {
-          if (jump > 0) beforeJump();
+        for (int jump = 1;; ++jump) {
           TheHold().listen(false);
           SetTime(player, timeMs, false);
           TheHold().listen(true);  // the jump's own echo of the target, sent while it was made, is not a report
-          const std::optional<int64_t> time = TheHold().awaitTime(ticket);
-          if (!time) break;  // over, or the host or a later task took over: no pause
-          if (jump + 1 == kJumps || std::llabs(*time - timeMs) <= kLandedWithinMs) {
+          int64_t time = 0;
+          const Hold::Outcome outcome = TheHold().await(tickets, time);
+          if (outcome == Hold::Outcome::kOver || outcome == Hold::Outcome::kSuperseded) break;
+          if (outcome == Hold::Outcome::kHurried || jump == kJumps || std::llabs(time - timeMs) <= kLandedWithinMs) {
             SetPauseInCallback(player, true);
+            TheHold().awaitPause(tickets);
             break;
           }
+          beforeJump();  // the jump was lost: again
         }
         TheHold().listen(false);
         for (const libvlc_event_type_t type : Hold::kReports) libvlc_event_detach(events, type, &Hold::OnReport, &TheHold());
@@ -309,8 +338,6 @@ void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<vo
 }
 
 bool HoldingJump(const libvlc_media_player_t* player) { return TheHold().holding(player); }
-
-void CancelHold() { TheHold().interrupt(); }
 
 void RunOffEventThread(std::function<void()> task) { TheWorker().post(std::move(task)); }
 
