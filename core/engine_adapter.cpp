@@ -316,13 +316,18 @@ void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<vo
         libvlc_event_manager_t* events = libvlc_media_player_event_manager(player);
         for (const libvlc_event_type_t type : Hold::kReports) libvlc_event_attach(events, type, &Hold::OnReport, &TheHold());
         for (int jump = 1;; ++jump) {
+          const int64_t before = libvlc_media_player_get_time(player);
           TheHold().listen(false);
           SetTime(player, timeMs, false);
           TheHold().listen(true);  // the jump's own echo of the target, sent while it was made, is not a report
           int64_t time = 0;
           const Hold::Outcome outcome = TheHold().await(tickets, time);
           if (outcome == Hold::Outcome::kOver || outcome == Hold::Outcome::kSuperseded) break;
-          if (outcome == Hold::Outcome::kHurried || jump == kJumps || std::llabs(time - timeMs) <= kLandedWithinMs) {
+          // Landed: near the target, or at least nearer it than where the
+          // player was (the engine's clock runs ahead of the picture).
+          const bool landed = std::llabs(time - timeMs) <= kLandedWithinMs ||
+                              std::llabs(time - timeMs) < std::llabs(time - before);
+          if (outcome == Hold::Outcome::kHurried || jump == kJumps || landed) {
             SetPauseInCallback(player, true);
             TheHold().awaitPause(tickets);
             break;
