@@ -769,11 +769,10 @@ namespace Korvid
     {
         private static readonly byte[] Arrow = { (byte)'-', (byte)'-', (byte)'>' };
 
-        // The library decides by the text after the last '.', case-sensitively.
+        // The library decides by the text after the last '.' (all of it when there is none), case-sensitively.
         internal static bool IsSubRip(string location)
         {
-            int dot = location.LastIndexOf('.');
-            return dot >= 0 && location.Substring(dot + 1) == "srt";
+            return location.Substring(location.LastIndexOf('.') + 1) == "srt";
         }
 
         /// <summary>Why the library would fail on the file at <paramref name="location"/>, or null when it would not.</summary>
@@ -793,12 +792,14 @@ namespace Korvid
             return FirstThrow(text);
         }
 
-        internal static SubtitleOpenResult FirstThrow(byte[] d)
+        private static SubtitleOpenResult FirstThrow(byte[] d)
         {
             for (int arrow = IndexOf(d, Arrow, 0); arrow >= 0; arrow = IndexOf(d, Arrow, arrow + 1))
             {
+                // Start time: [start, startEnd), up to the byte before the blank in front of the arrow.
                 int startEnd = Math.Max(arrow - 1, 0), start = startEnd;
                 while (start > 0 && !IsLineBreak(d[start - 1])) start--;
+                // End time: [endStart, lineEnd), from the byte after the blank behind the arrow.
                 int endStart = Math.Min(arrow + 4, d.Length), lineEnd = endStart;
                 while (lineEnd < d.Length && !IsLineBreak(d[lineEnd])) lineEnd++;
 
