@@ -706,12 +706,12 @@ namespace Korvid
         {
             lock (gate)
             {
-                if (!subtitles) return Unless(disposed, call);
-                lock (subtitleGate) return Unless(disposed, call);
+                if (!subtitles) return WhileAlive(call);
+                lock (subtitleGate) return WhileAlive(call);
             }
         }
 
-        private static T Unless<T>(bool disposed, Func<T> call)
+        private T WhileAlive<T>(Func<T> call)
         {
             if (disposed) throw new ObjectDisposedException("KorvidPlayer");
             return call();
