@@ -88,6 +88,11 @@ struct Series {
     resident.push_back(h.resident);
   }
   void check() const {
+    // Never 0 with the system's allocator: the main frame copy alone is a big block.
+    if (bigBlocksAfterWarmUp == 0) {
+      std::printf("soak: %s round: this allocator (a sanitizer's) keeps no counts; memory not checked\n", name);
+      return;
+    }
     const double slope = Slope(handedOut);
     std::printf("soak: %s round, %zu after %d: handed out %+.0f B/cycle (bound %.0f), big blocks %.0f B after the "
                 "warm-up and %.0f to %.0f B after, resident %+.0f B/cycle\n",
