@@ -32,7 +32,9 @@ void SetStopFlag(bool value) {
 
 void PauseCurrentPlayer() {
   PlayerRecord& r = Record();
-  engine::SetPauseInCallback(CurrentPlayer(), true);
+  libvlc_media_player_t* player = CurrentPlayer();
+  // A jump that is being held pauses the player itself once it has landed.
+  if (!engine::HoldingJump(player)) engine::SetPauseInCallback(player, true);
   Events().push(event_code::kPaused);
   r.stateCode = state_code::kPaused;
 }

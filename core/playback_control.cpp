@@ -29,9 +29,16 @@ int PauseOnCall(libvlc_media_player_t* player) {
   return 0;
 }
 
+// Jumps and pauses there once the jump has landed; a jump made again is a
+// seek in progress again for the buffering handler.
+void HoldJump(libvlc_media_player_t* player, int32_t positionMs) {
+  engine::JumpAndHold(player, positionMs, [] { Record().seekInProgress = true; });
+}
+
 }  // namespace
 
 int32_t StartPlayBack() {
+  engine::CancelHold();
   PlayerRecord& r = Record();
   r.startRequested = true;  // no automatic pause, and the next paused report is not queued
   libvlc_media_player_t* player = CurrentPlayer();
@@ -52,6 +59,7 @@ int32_t StartPlayBack() {
 }
 
 int32_t Pause(EngineCalls calls) {
+  if (calls == EngineCalls::kOnCaller) engine::CancelHold();
   PlayerRecord& r = Record();
   if (r.isLive) {
     // A live stream cannot hold still: it is stopped, and the stopped handler
@@ -79,11 +87,13 @@ int32_t Pause(EngineCalls calls) {
 }
 
 int32_t Resume() {
+  engine::CancelHold();
   if (libvlc_media_player_t* player = CurrentPlayer()) libvlc_media_player_play(player);
   return 0;
 }
 
 int32_t Stop() {
+  engine::CancelHold();
   PlayerRecord& r = Record();
   if (MultiInstanceMode()) {
     const int32_t slot = r.currentInstance;
@@ -109,6 +119,12 @@ int32_t Seek(int32_t positionMs, EngineCalls calls) {
   if (libvlc_media_player_is_playing(player) != 0) {
     r.seekInProgress = true;
     r.pendingSeekMs = -1;
+    if (engine::HoldingJump(player)) {
+      // Still playing only until a held jump pauses it: the host sees it
+      // paused, so this jump is held in its place.
+      HoldJump(player, positionMs);
+      return 0;
+    }
     if (calls == EngineCalls::kOnCaller) return engine::SetTime(player, positionMs, false);
     engine::RunOffEventThread(player, [positionMs](libvlc_media_player_t* p) { engine::SetTime(p, positionMs, false); });
     return 0;
@@ -119,11 +135,25 @@ int32_t Seek(int32_t positionMs, EngineCalls calls) {
 }
 
 void SeekThenPauseFromEventThread(int32_t positionMs) {
+  PlayerRecord& r = Record();
+  libvlc_media_player_t* player = CurrentPlayer();
+  const bool holdable = !r.isLive && !MultiInstanceMode() && player != nullptr &&
+                        engine::IsSeekableInCallback(player) && libvlc_media_player_is_playing(player) != 0;
   LogMethod("NativeSeek", log_line::kNativeSeek);
-  Seek(positionMs, EngineCalls::kOnWorker);
-  Record().pendingSeekMs = -1;
+  if (!holdable) {
+    Seek(positionMs, EngineCalls::kOnWorker);
+    r.pendingSeekMs = -1;
+    LogMethod("NativePause", log_line::kNativePause);
+    Pause(EngineCalls::kOnWorker);
+    return;
+  }
+  // Recorded as that seek and pause; the engine jumps and pauses once the
+  // jump is seen to have landed.
+  r.seekInProgress = true;
+  r.pendingSeekMs = -1;
   LogMethod("NativePause", log_line::kNativePause);
-  Pause(EngineCalls::kOnWorker);
+  r.isPaused = true;
+  HoldJump(player, positionMs);
 }
 
 void Close() {
