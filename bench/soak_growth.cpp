@@ -1,7 +1,7 @@
 // Memory growth per cycle: the library's soak rounds against a bare engine
 // client that makes and releases the same engine objects.
 //
-// Four kinds of round, each run in a process of its own:
+// Six kinds of round, each run in a process of its own:
 //   library-single  start-up, open, a second open that replaces the playing
 //                   clip, pause, seek, stop, shut-down (as tests/soak does);
 //   library-four    start-up with four slots, each started, slot 0 started
@@ -22,7 +22,7 @@
 // least-squares slope over the rounds after the warm-up. The bare client's
 // slope is the engine's; what the library shows beyond it is the library's.
 //
-//   bench_soak_growth [cycles [warm-up]]        (default 84 and 20: 64 measured)
+//   bench_soak_growth [cycles [warm-up]]        every kind (default 220 and 20: 200 measured)
 //   bench_soak_growth KIND cycles warm-up       one kind, in this process
 //
 // Measured (2 cores, libvlc 3.0.24; 200 rounds after 20), bytes handed out
@@ -118,9 +118,10 @@ int32_t SlotState(int32_t slot) {
   return NativeGetPlayerState();
 }
 void WaitForSlots(int32_t state) {
-  if (!Until([&] { return SlotState(0) == state && SlotState(1) == state && SlotState(2) == state && SlotState(3) == state; })) {
-    Fail("slot state");
-  }
+  const auto allIn = [&] {
+    return SlotState(0) == state && SlotState(1) == state && SlotState(2) == state && SlotState(3) == state;
+  };
+  if (!Until(allIn)) Fail("slot state");
 }
 
 void LibrarySingle(const std::string& clip, const std::string& other) {
@@ -280,11 +281,13 @@ int RunKind(const std::string& kind, int cycles, int warmUp) {
 
 int main(int argc, char** argv) {
   if (argc == 4) return RunKind(argv[1], std::atoi(argv[2]), std::atoi(argv[3]));
-  const std::string cycles = argc > 1 ? argv[1] : "84";
+  const std::string cycles = argc > 1 ? argv[1] : "220";
   const std::string warmUp = argc > 2 ? argv[2] : "20";
   int failures = 0;
-  for (const char* kind : {"library-single", "library-four", "bare-single", "bare-four", "bare-single-kept", "bare-four-kept"}) {
-    const std::string command = std::filesystem::read_symlink("/proc/self/exe").string() + " " + kind + " " + cycles + " " + warmUp;
+  const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+  for (const char* kind :
+       {"library-single", "library-four", "bare-single", "bare-four", "bare-single-kept", "bare-four-kept"}) {
+    const std::string command = self + " " + kind + " " + cycles + " " + warmUp;
     failures += std::system(command.c_str()) != 0;
   }
   return failures == 0 ? 0 : 1;
