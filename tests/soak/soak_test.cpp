@@ -16,7 +16,7 @@
 //    leaking one shows at once;
 //  - all bytes handed out: their growth per round, the least-squares slope
 //    over the rounds after the warm-up, at most kSlopeBoundBytes. Measured
-//    here: 10 to 210 bytes a cycle. Almost none of it is memory left
+//    here: 10 to 230 bytes a cycle. Almost none of it is memory left
 //    behind: of every allocation made in 20 cycles of each round (traced one
 //    by one), a single 512-byte block was still held at the end. The rest is
 //    the allocator's own bookkeeping (the arenas and caches of the engine's
