@@ -3,10 +3,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
-#include <optional>
 #include <thread>
 
 #include "core/input_gate.h"
+#include "core/jump_hold.h"
 #include "core/no_destructor.h"
 #include "core/platform.h"
 
@@ -29,113 +29,12 @@ constexpr const char* kOptions[kFixedOptionCount] = {
     "--skip-frames",
 };
 
-// A jump that waits for the engine's word before it pauses (JumpAndHold).
-// One runs at a time, on the worker; the event thread feeds it reports.
-class Hold {
- public:
-  // What the hold has heard since its jump was made.
-  struct Heard {
-    bool started = false;   // a buffering report below 100 %: the jump's buffering began
-    bool buffered = false;  // after that, one at 100 %
-    int unbuffered = 0;     // time reports with no completed buffering
-    std::optional<int64_t> time;  // the report that decides
-    bool over = false;      // stopped, ended or failed
-  };
-
-  // Marks `player` as held (on the thread that asks for the jump); returns the hold's id.
-  uint64_t begin(const libvlc_media_player_t* player) {
-    const std::lock_guard lock(mutex_);
-    player_ = player;
-    return ++id_;
-  }
-  void end(uint64_t id) {
-    const std::lock_guard lock(mutex_);
-    if (id_ == id) player_ = nullptr;
-  }
-  bool holding(const libvlc_media_player_t* player) {
-    const std::lock_guard lock(mutex_);
-    return player != nullptr && player_ == player;
-  }
-  // Ends the wait of any hold begun before this call.
-  void interrupt() {
-    {
-      const std::lock_guard lock(mutex_);
-      ++interruptions_;
-    }
-    changed_.notify_all();
-  }
-  uint64_t interruptions() {
-    const std::lock_guard lock(mutex_);
-    return interruptions_;
-  }
-  // Forgets what was heard; reports are ignored until listen(true).
-  void listen(bool on) {
-    const std::lock_guard lock(mutex_);
-    if (!on) heard_ = Heard{};
-    listening_ = on;
-  }
-  // The deciding time report, or nothing once the player is over or the
-  // hold interrupted since `ticket`. No time limit: the reports wake it.
-  std::optional<int64_t> awaitTime(uint64_t ticket) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return interruptions_ != ticket || heard_.over || heard_.time; });
-    if (interruptions_ != ticket || heard_.over) return std::nullopt;
-    return heard_.time;
-  }
-
-  static void OnReport(const libvlc_event_t* event, void* self) {
-    auto* hold = static_cast<Hold*>(self);
-    {
-      const std::lock_guard lock(hold->mutex_);
-      if (!hold->listening_) return;
-      Heard& heard = hold->heard_;
-      switch (event->type) {
-        case libvlc_MediaPlayerBuffering:
-          if (event->u.media_player_buffering.new_cache < 100.0f) {
-            heard.started = true;
-          } else if (heard.started) {
-            heard.buffered = true;
-          }
-          break;
-        case libvlc_MediaPlayerTimeChanged:
-          // A jump that buffers nothing is judged on its fourth report.
-          if (!heard.time && (heard.buffered || ++heard.unbuffered >= 4)) {
-            heard.time = event->u.media_player_time_changed.new_time;
-          }
-          break;
-        default:
-          heard.over = true;
-          break;
-      }
-    }
-    hold->changed_.notify_all();
-  }
-
-  static constexpr libvlc_event_type_t kReports[] = {libvlc_MediaPlayerBuffering, libvlc_MediaPlayerTimeChanged,
-                                                     libvlc_MediaPlayerStopped, libvlc_MediaPlayerEndReached,
-                                                     libvlc_MediaPlayerEncounteredError};
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  const libvlc_media_player_t* player_ = nullptr;
-  uint64_t id_ = 0;
-  uint64_t interruptions_ = 0;
-  bool listening_ = false;
-  Heard heard_;
-};
-
-Hold& TheHold() {
-  static NoDestructor<Hold> hold;
-  return *hold;
-}
-
 // Runs queued engine calls in order on one thread of its own.
 class Worker {
  public:
-  // A posted task ends the wait of a hold begun before it, unless it is that hold.
-  void post(std::function<void()> task, bool interruptsHold = true) {
-    if (interruptsHold) TheHold().interrupt();
+  // A posted task hurries a hold under way, unless it is a hold itself.
+  void post(std::function<void()> task, bool hurriesHold = true) {
+    if (hurriesHold) TheHold().hurry();
     {
       const std::lock_guard lock(mutex_);
       if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
@@ -149,7 +48,7 @@ class Worker {
     std::unique_lock lock(mutex_);
     if (!thread_.joinable() || std::this_thread::get_id() == thread_.get_id()) return;
     const uint64_t target = posted_;
-    TheHold().interrupt();
+    TheHold().hurry();
     finished_.wait(lock, [&] { return done_ >= target; });
   }
 
@@ -278,27 +177,35 @@ int SetPosition(libvlc_media_player_t* player, double position, bool fast) {
 
 void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<void()> beforeJump) {
   if (player == nullptr) return;
-  constexpr int kJumps = 3;
-  constexpr int64_t kLandedWithinMs = 1000;
-  TheHold().interrupt();  // an earlier hold gives way
+  TheHold().supersede();  // an earlier hold leaves the player to this one
   const uint64_t id = TheHold().begin(player);
-  const uint64_t ticket = TheHold().interruptions();
+  const std::pair<uint64_t, uint64_t> tickets = TheHold().tickets();
   libvlc_media_player_retain(player);
   TheWorker().post(
-      [player, timeMs, id, ticket, beforeJump = std::move(beforeJump)] {
+      [player, timeMs, id, tickets, beforeJump = std::move(beforeJump)] {
+        constexpr int kJumps = 3;
+        constexpr int64_t kLandedWithinMs = 1000;
         libvlc_event_manager_t* events = libvlc_media_player_event_manager(player);
         for (const libvlc_event_type_t type : Hold::kReports) libvlc_event_attach(events, type, &Hold::OnReport, &TheHold());
-        for (int jump = 0; jump < kJumps; ++jump) {
-          if (jump > 0) beforeJump();
+        for (int jump = 1;; ++jump) {
+          const int64_t before = libvlc_media_player_get_time(player);
           TheHold().listen(false);
           SetTime(player, timeMs, false);
           TheHold().listen(true);  // the jump's own echo of the target, sent while it was made, is not a report
-          const std::optional<int64_t> time = TheHold().awaitTime(ticket);
-          if (!time) break;  // over, or the host or a later task took over: no pause
-          if (jump + 1 == kJumps || std::llabs(*time - timeMs) <= kLandedWithinMs) {
+          int64_t time = 0;
+          const Hold::Outcome outcome = TheHold().await(tickets, time);
+          if (outcome == Hold::Outcome::kOver || outcome == Hold::Outcome::kSuperseded) break;
+          // Landed: near the target, or at least nearer it than where the
+          // player was (the engine's clock runs ahead of the picture).
+          const bool landed = std::llabs(time - timeMs) <= kLandedWithinMs ||
+                              std::llabs(time - timeMs) < std::llabs(time - before);
+          if (outcome == Hold::Outcome::kHurried || jump == kJumps || landed) {
+            TheHold().expectPause();
             SetPauseInCallback(player, true);
+            TheHold().awaitPause(tickets);
             break;
           }
+          beforeJump();  // the jump was lost: again
         }
         TheHold().listen(false);
         for (const libvlc_event_type_t type : Hold::kReports) libvlc_event_detach(events, type, &Hold::OnReport, &TheHold());
@@ -309,8 +216,6 @@ void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<vo
 }
 
 bool HoldingJump(const libvlc_media_player_t* player) { return TheHold().holding(player); }
-
-void CancelHold() { TheHold().interrupt(); }
 
 void RunOffEventThread(std::function<void()> task) { TheWorker().post(std::move(task)); }
 

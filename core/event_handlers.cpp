@@ -33,8 +33,9 @@ void SetStopFlag(bool value) {
 void PauseCurrentPlayer() {
   PlayerRecord& r = Record();
   libvlc_media_player_t* player = CurrentPlayer();
-  // A jump that is being held pauses the player itself once it has landed.
-  if (!engine::HoldingJump(player)) engine::SetPauseInCallback(player, true);
+  // A held jump pauses the player itself once it has landed; and a pause now
+  // would cancel the play of a seek that waits for the player to play.
+  if (!engine::HoldingJump(player) && r.pendingSeekMs < 0) engine::SetPauseInCallback(player, true);
   Events().push(event_code::kPaused);
   r.stateCode = state_code::kPaused;
 }

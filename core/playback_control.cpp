@@ -35,32 +35,39 @@ void HoldJump(libvlc_media_player_t* player, int32_t positionMs) {
   engine::JumpAndHold(player, positionMs, [] { Record().seekInProgress = true; });
 }
 
+// Where the host's engine calls on `player` run: on the worker while a held
+// jump has yet to pause it, so that they come after that pause.
+EngineCalls HostCalls(const libvlc_media_player_t* player) {
+  return engine::HoldingJump(player) ? EngineCalls::kOnWorker : EngineCalls::kOnCaller;
+}
+
+// From the start: an exact jump there, then the player runs on. The extra
+// play of the single player is kept.
+void StartFromTheBeginning(libvlc_media_player_t* player) {
+  engine::SetPosition(player, 0.0, false);
+  const bool playing = libvlc_media_player_is_playing(player) != 0;
+  if (playing) libvlc_media_player_set_pause(player, 0);
+  if (!playing || !MultiInstanceMode()) libvlc_media_player_play(player);
+}
+
 }  // namespace
 
 int32_t StartPlayBack() {
-  engine::CancelHold();
   PlayerRecord& r = Record();
   r.startRequested = true;  // no automatic pause, and the next paused report is not queued
   libvlc_media_player_t* player = CurrentPlayer();
   if (player == nullptr) return 0;
-  engine::SetPosition(player, 0.0, false);
-  const bool playing = libvlc_media_player_is_playing(player) != 0;
-  if (MultiInstanceMode()) {
-    if (playing) {
-      libvlc_media_player_set_pause(player, 0);
-    } else {
-      libvlc_media_player_play(player);
-    }
-    return 0;
+  if (HostCalls(player) == EngineCalls::kOnWorker) {
+    engine::RunOffEventThread(player, &StartFromTheBeginning);
+  } else {
+    StartFromTheBeginning(player);
   }
-  if (playing) libvlc_media_player_set_pause(player, 0);
-  libvlc_media_player_play(player);
   return 0;
 }
 
 int32_t Pause(EngineCalls calls) {
-  if (calls == EngineCalls::kOnCaller) engine::CancelHold();
   PlayerRecord& r = Record();
+  if (calls == EngineCalls::kOnCaller) calls = HostCalls(CurrentPlayer());
   if (r.isLive) {
     // A live stream cannot hold still: it is stopped, and the stopped handler
     // reports it as paused.
@@ -87,13 +94,11 @@ int32_t Pause(EngineCalls calls) {
 }
 
 int32_t Resume() {
-  engine::CancelHold();
-  if (libvlc_media_player_t* player = CurrentPlayer()) libvlc_media_player_play(player);
+  if (libvlc_media_player_t* player = CurrentPlayer()) Call(HostCalls(player), player, &PlayCall);
   return 0;
 }
 
 int32_t Stop() {
-  engine::CancelHold();
   PlayerRecord& r = Record();
   if (MultiInstanceMode()) {
     const int32_t slot = r.currentInstance;
