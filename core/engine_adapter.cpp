@@ -48,7 +48,7 @@ class Worker {
     std::unique_lock lock(mutex_);
     if (!thread_.joinable() || std::this_thread::get_id() == thread_.get_id()) return;
     const uint64_t target = posted_;
-    TheHold().hurry();
+    TheHold().supersede();  // the player is about to be replaced or released: a hold leaves it as it is
     finished_.wait(lock, [&] { return done_ >= target; });
   }
 

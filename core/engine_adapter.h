@@ -59,9 +59,9 @@ int SetPosition(libvlc_media_player_t* player, double position, bool fast);
 // buffers leaves the clock and the picture at the old position: the bare
 // engine shows both (bench/engine_seek_rounds.cpp). `beforeJump` runs before
 // each jump made again. The wait has no time limit: it wakes on the player's
-// reports; it pauses at once when another task is posted or the worker is
-// drained, and gives up without pausing when the player stops, ends or fails
-// or a newer JumpAndHold takes over.
+// reports; it pauses at once when another task is posted, and gives up
+// without pausing when the player stops, ends or fails, a newer JumpAndHold
+// takes over or the worker is drained.
 void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<void()> beforeJump);
 // Whether a JumpAndHold of `player` has yet to pause it. A pause wanted
 // meanwhile is left to it, and other engine calls on the player go to the
