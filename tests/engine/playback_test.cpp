@@ -101,8 +101,9 @@ TEST_F(Playback, AClipRunsToItsEndThenTheNextGoesThroughPauseSeekResumeStopResta
   EXPECT_TRUE(Until([] { return libvlc_audio_get_volume(Record().mainPlayer.get()) == 99; }));
 
   // Back to the start, paused at once: the engine's paused report is not
-  // queued unless the jump's buffering (which ends the request) came first.
-  // The resume's playing report follows it; the clock runs from the start.
+  // queued unless the jump's buffering (which ends the request) came first;
+  // the engine orders the two itself. The resume's playing report follows
+  // it; the clock runs from the start.
   NativeSetAutoPlay(true);
   const int32_t at = NativeGetCurrentTime();
   Drain();
@@ -173,10 +174,9 @@ using StreamingPlayback = Playback;
 TEST_F(StreamingPlayback, OnDemandHlsAndDashThenRtmpWithoutAnyFetchThenALiveStreamPausesByStopping) {
   HttpServer server;
   const RtmpStream rtmp("green");
-  const std::string live = HlsLiveSet();
   server.serveDirectory("/hls/", HlsOnDemandSet());
   server.serveDirectory("/dash/", DashTwoSizeSet());
-  server.serveDirectory("/live/", live);
+  server.serveDirectory("/live/", HlsLiveSet());
   NativeSetAutoPlay(true);
   ASSERT_TRUE(After([&] { return NativeOpenURI(server.url("/hls/master.m3u8").c_str()); }, 2)) << Seen();
   EXPECT_FALSE(NativeIsLive());
@@ -236,7 +236,7 @@ TEST_F(StreamingPlayback, OnDemandHlsAndDashThenRtmpWithoutAnyFetchThenALiveStre
   const int32_t reported = NativeGetCurrentTime();
   ASSERT_TRUE(Until([&] {
     const int64_t length = libvlc_media_player_get_length(player);
-    return NativeGetCurrentTime() != reported && length > 0 && length + 1000 != total;
+    return NativeGetCurrentTime() != reported && NativeGetCurrentTime() > 0 && length > 0 && length + 1000 != total;
   })) << Seen() << " at " << NativeGetCurrentTime() << " of " << libvlc_media_player_get_length(player);
   EXPECT_EQ(Count(9), 0) << Seen();
   EXPECT_EQ(NativeGetPlayerState(), 3);
