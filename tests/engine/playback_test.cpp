@@ -117,11 +117,12 @@ TEST_F(Playback, AClipRunsToItsEndThenTheNextGoesThroughPauseSeekResumeStopResta
   EXPECT_TRUE(first(9) == events_.end() || first(6) < first(9)) << Seen();
   EXPECT_TRUE(Until([&] { return NativeGetCurrentTime() < at - 1000; })) << at << " -> " << NativeGetCurrentTime();
 
-  // Seek while playing: buffering, finished, seek completed, no ready.
+  // Seek while playing: buffering, finished, seek completed, no ready; the
+  // clock follows the jump (and may lead the picture by seconds).
   ASSERT_TRUE(After([] { return NativeSeek(5000); }, 13)) << Seen();
   EXPECT_TRUE(HasRun({14, 6, 13})) << Seen();
   EXPECT_EQ(Count(1), 0) << Seen();
-  EXPECT_TRUE(Until([] { return NativeGetCurrentTime() >= 4500 && NativeGetCurrentTime() < 6500; }))
+  EXPECT_TRUE(Until([] { return NativeGetCurrentTime() >= 4500 && NativeGetCurrentTime() < 9000; }))
       << NativeGetCurrentTime();
 
   // Stopping a paused player is queued and shown at once; the engine's own
