@@ -75,7 +75,7 @@ TEST_F(MultiInstance, FourSlotsPlayEachIntoItsOwnCopyAreControlledByIndexAndRest
   // Single-player queries answer their fixed multi-instance values.
   EXPECT_EQ(NativeGetCurrentTime(), 1);
   EXPECT_EQ(NativeGetTotalTime(), 100000);
-  ASSERT_TRUE(Until([&] { return Time(0) >= 1500 && Time(1) >= 1500; })) << Time(0) << " " << Time(1);
+  ASSERT_TRUE(Until([&] { return Time(0) >= 1500 && Time(1) >= 1500 && Time(2) >= 1500; })) << Time(0) << " " << Time(1);
 
   // Auto-play off (start-up's default): rewound and paused.
   EXPECT_EQ(NativeMultiInstanceStop(0), 0);
@@ -86,6 +86,23 @@ TEST_F(MultiInstance, FourSlotsPlayEachIntoItsOwnCopyAreControlledByIndexAndRest
   ASSERT_TRUE(Until([&] { return Time(1) >= running + 1000; })) << Time(1);
   EXPECT_NEAR(Time(0), held, 100);
   EXPECT_EQ(SlotState(0), 4);
+
+  // Side subtitles follow slot 2's clock, whichever slot is chosen: a cue
+  // around where slot 2 is paused shows while slot 0 is chosen (and held
+  // before the cue's start).
+  NativeControlInstance(2);
+  EXPECT_EQ(NativePause(), 0);
+  ASSERT_TRUE(Until([&] { return SlotState(2) == 4; }));
+  const int32_t paused = Time(2);
+  NativeControlInstance(0);
+  const auto stamp = [](int32_t ms) {
+    return "00:00:" + std::to_string(ms / 1000) + "," + std::to_string(1000 + ms % 1000).substr(1);
+  };
+  ASSERT_TRUE(NativeOpenSubtitleURI(
+      WriteWorkFile("slot-2.srt", "1\n" + stamp(paused - 400) + " --> " + stamp(paused + 400) + "\nslot two\n\n").c_str()));
+  std::vector<char> text(10000);
+  EXPECT_EQ(NativeUpdateSubtitle(text.data()), 8) << paused << " vs " << Time(0);
+  EXPECT_EQ(std::string(text.data(), 8), "slot two");
 
   // Auto-play on: rewound, and it keeps playing from the start.
   NativeSetAutoPlay(true);

@@ -23,6 +23,16 @@ class Playback : public EngineTest {
     EXPECT_EQ(call(), 0);
     return WaitFor(code, count);
   }
+  // Until the engine plays and its clock has run on 500 ms: a pause made at
+  // once after a jump or a start may be followed by the engine's playing report.
+  bool RunsOn() {
+    int32_t from = -1;
+    return Until([&] {
+      if (MainState() != libvlc_Playing) return false;
+      if (from < 0) from = NativeGetCurrentTime();
+      return NativeGetCurrentTime() >= from + 500;
+    });
+  }
 };
 
 TEST_F(Playback, AClipRunsToItsEndThenTheNextGoesThroughPauseSeekResumeStopRestartAndClose) {
@@ -95,27 +105,71 @@ TEST_F(Playback, AClipRunsToItsEndThenTheNextGoesThroughPauseSeekResumeStopResta
     return Shows(frame_, 255, 0, 0) && Shows(frame_, 255, 0, 0, 1919, 1079) && Shows(frame_, 255, 0, 0, 0, 0);
   })) << PixelText(frame_) << " " << PixelText(frame_, 1919, 1079);
 
-  // Seek while playing: buffering, finished, seek completed, no ready; the
-  // clock follows the jump back.
-  ASSERT_TRUE(After([] { return NativeSeek(2000); }, 13)) << Seen();
-  EXPECT_TRUE(HasRun({14, 6, 13})) << Seen();
-  EXPECT_EQ(Count(1), 0) << Seen();
-  EXPECT_TRUE(Until([] { return NativeGetCurrentTime() >= 1500 && NativeGetCurrentTime() < 3500; }))
-      << NativeGetCurrentTime();
+  // The engine's own volume (no export reads it back): the host's level times
+  // 100, truncated.
+  EXPECT_EQ(NativeSetVolume(0.999f), 0);
+  EXPECT_TRUE(Until([] { return libvlc_audio_get_volume(Record().mainPlayer.get()) == 99; }));
 
-  // Stop is queued and shown at once; the engine's own stop report adds a
-  // second 12. Restarting: the stop flag keeps opening out of the queue, and
-  // ready out of the first completed buffering, which then clears the flag.
+  // Back to the start, paused at once: the engine's paused report is not
+  // queued unless the jump's buffering (which ends the request) came first;
+  // the engine orders the two itself. The resume's playing report follows
+  // it; the clock runs from the start.
   NativeSetAutoPlay(true);
+  const int32_t at = NativeGetCurrentTime();
+  Drain();
+  events_.clear();
+  EXPECT_EQ(NativeStartPlayBack(), 0);
+  EXPECT_EQ(NativePause(), 0);
+  ASSERT_TRUE(Until([] { return MainState() == libvlc_Paused; }));
+  EXPECT_EQ(NativeResume(), 0);
+  ASSERT_TRUE(WaitFor(2)) << Seen();
+  const auto first = [&](int32_t code) { return std::find(events_.begin(), events_.end(), code); };
+  EXPECT_TRUE(first(9) == events_.end() || first(6) < first(9)) << Seen();
+  EXPECT_TRUE(Until([&] { return NativeGetCurrentTime() < at - 1000; })) << at << " -> " << NativeGetCurrentTime();
+
+  // Stopping a paused player is queued and shown at once; the engine's own
+  // stop report adds a second 12. The stop leaves it not paused: on restart
+  // only the completed buffering reports playing (no 2 from the engine's
+  // playing report), the stop flag keeps opening and ready out of the queue.
+  ASSERT_TRUE(RunsOn());
+  ASSERT_TRUE(After(NativePause, 9)) << Seen();
+  ASSERT_TRUE(Until([] { return MainState() == libvlc_Paused; })) << Seen();
   Drain();
   events_.clear();
   EXPECT_EQ(NativeStop(), 0);
   EXPECT_EQ(NativeGetPlayerState(), 2);
   EXPECT_EQ(NativeQueueFrontParamEvent(), 12);
   ASSERT_TRUE(WaitFor(12, 2)) << Seen();
-  ASSERT_TRUE(After(NativeResume, 2)) << Seen();
-  EXPECT_EQ(Count(257), 0) << Seen();
-  EXPECT_TRUE(HasRun({6, 2})) << Seen();
+  events_.clear();
+  EXPECT_EQ(NativeResume(), 0);
+  ASSERT_TRUE(Until([&] { return HasRun({6, 2}); })) << Seen();
+  EXPECT_TRUE(std::all_of(events_.begin(), first(6), [](int32_t code) { return code == 14; })) << Seen();
+  EXPECT_EQ(first(6)[1], 2) << Seen();
+
+  // Paused, a seek past the end plays into it: no end of content (the seek
+  // left it paused), and the engine's stop report that follows reads as
+  // stopped, as for any on-demand player.
+  ASSERT_TRUE(RunsOn());
+  ASSERT_TRUE(After(NativePause, 9)) << Seen();
+  ASSERT_TRUE(Until([] { return MainState() == libvlc_Paused; })) << Seen();
+  ASSERT_TRUE(After([] { return NativeSeek(60000); }, 12)) << Seen();
+  EXPECT_EQ(MainState(), libvlc_Ended);
+  EXPECT_EQ(Count(3) + Count(9), 0) << Seen();
+  // The restart's completed buffering cleared the stop flag: the next open
+  // queues opening and ready again.
+  events_.clear();
+  ASSERT_EQ(NativeOpenURI(ColourClip("red", 10).c_str()), 0);
+  EXPECT_TRUE(Until([&] { return HasRun({6, 1, 2}); })) << Seen();
+  EXPECT_EQ(events_.front(), 257) << Seen();
+
+  // Seek while playing: buffering, finished, seek completed, no ready; the
+  // clock follows the jump (and may lead the picture by seconds).
+  ASSERT_TRUE(RunsOn());
+  ASSERT_TRUE(After([] { return NativeSeek(3000); }, 13)) << Seen();
+  EXPECT_TRUE(HasRun({14, 6, 13})) << Seen();
+  EXPECT_EQ(Count(1), 0) << Seen();
+  EXPECT_TRUE(Until([] { return NativeGetCurrentTime() >= 2500 && NativeGetCurrentTime() < 7000; }))
+      << NativeGetCurrentTime();
 
   // Closed, the engine's stop stays out of the queue: only NativeStop's own
   // 12. The engine reports its stop before its stop call returns.
@@ -131,14 +185,21 @@ TEST_F(Playback, AClipRunsToItsEndThenTheNextGoesThroughPauseSeekResumeStopResta
 
 using StreamingPlayback = Playback;
 
-TEST_F(StreamingPlayback, OnDemandHlsThenRtmpWithoutAnyFetchThenALiveStreamPausesByStopping) {
+TEST_F(StreamingPlayback, OnDemandHlsAndDashThenRtmpWithoutAnyFetchThenALiveStreamPausesByStopping) {
   HttpServer server;
   const RtmpStream rtmp("green");
   server.serveDirectory("/hls/", HlsOnDemandSet());
+  server.serveDirectory("/dash/", DashTwoSizeSet());
   server.serveDirectory("/live/", HlsLiveSet());
   NativeSetAutoPlay(true);
   ASSERT_TRUE(After([&] { return NativeOpenURI(server.url("/hls/master.m3u8").c_str()); }, 2)) << Seen();
   EXPECT_FALSE(NativeIsLive());
+  // A DASH manifest reports the size of its larger rendition, which the
+  // engine plays first (the smaller has the higher rate).
+  ASSERT_TRUE(After([&] { return NativeOpenURI(server.url("/dash/manifest.mpd").c_str()); }, 2)) << Seen();
+  EXPECT_FALSE(NativeIsLive());
+  EXPECT_TRUE(Until([] { return NativeGetVideoWidth() == 320 && NativeGetVideoHeight() == 240; }))
+      << NativeGetVideoWidth() << "x" << NativeGetVideoHeight();
 
   // rtmp is live by its scheme, without asking the server.
   int32_t opened = -1;
@@ -149,18 +210,61 @@ TEST_F(StreamingPlayback, OnDemandHlsThenRtmpWithoutAnyFetchThenALiveStreamPause
   EXPECT_TRUE(Until([&] { return NativeGetRawData(frame_.data()) == kFrameBytes && Shows(frame_, 0, 128, 0); }, 15s))
       << PixelText(frame_);
 
-  ASSERT_TRUE(After([&] { return NativeOpenURI(server.url("/live/master.m3u8").c_str()); }, 2)) << Seen();
+  // With auto-play off the live stream pauses by itself after its first
+  // buffering; its total is the engine's length plus a second, until the host
+  // pauses it. The size reported since the DASH manifest never shrinks.
+  libvlc_media_player_t* player = Record().mainPlayer.get();
+  const auto totalIsLengthPlus1000 = [&] {
+    const int64_t length = libvlc_media_player_get_length(player);
+    return NativeGetTotalTime() == length + 1000 && length == libvlc_media_player_get_length(player);
+  };
+  NativeSetAutoPlay(false);
+  ASSERT_TRUE(After([&] { return NativeOpenURI(server.url("/live/master.m3u8").c_str()); }, 9)) << Seen();
   ASSERT_TRUE(NativeIsLive());
+  ASSERT_TRUE(Until([&] { return MainState() == libvlc_Paused && totalIsLengthPlus1000(); })) << NativeGetTotalTime();
+  ASSERT_TRUE(After(NativeResume, 2)) << Seen();
+  ASSERT_TRUE(Until([&] {
+    return libvlc_media_player_get_length(player) > 0 && totalIsLengthPlus1000() && NativeGetCurrentTime() > 0;
+  })) << NativeGetTotalTime() << " " << NativeGetCurrentTime();
+  unsigned width = 0, height = 0;
+  EXPECT_EQ(libvlc_video_get_size(player, 0, &width, &height), 0);
+  EXPECT_EQ(std::pair(width, height), std::pair(160u, 120u));
+  EXPECT_EQ(std::pair(NativeGetVideoWidth(), NativeGetVideoHeight()), std::pair(320u, 240u));
 
   // The stream is stopped, and the stopped report reaches the host as a pause.
+  // The total stays what it was, also once the stream runs again (on a
+  // shorter window here) and does not pause itself a second time.
+  const int32_t total = NativeGetTotalTime();
   ASSERT_TRUE(After(NativePause, 9)) << Seen();
   EXPECT_EQ(Count(12), 0) << Seen();
   EXPECT_EQ(NativeGetPlayerState(), 4);
-  EXPECT_EQ(NativeGetTotalTime(), Record().pausedLength.load());
-  EXPECT_GE(NativeGetTotalTime(), 1000);
+  EXPECT_EQ(NativeGetTotalTime(), total);
   EXPECT_EQ(NativeSeek(1000), -3);  // a stopped live stream cannot seek
+  std::string window = "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXT-X-MEDIA-SEQUENCE:3\n";
+  for (const char* segment : {"3", "4", "5"}) window += std::string("#EXTINF:1.0,\nindex") + segment + ".ts\n";
+  server.serve("/live/low/index.m3u8", window);
+  events_.clear();
+  EXPECT_EQ(NativeResume(), 0);  // restarts the stream
+  ASSERT_TRUE(Until([&] { return HasRun({6, 1, 2}); })) << Seen();
+  // A time report after that buffering's report: its handler is done.
+  const int32_t reported = NativeGetCurrentTime();
+  ASSERT_TRUE(Until([&] {
+    const int64_t length = libvlc_media_player_get_length(player);
+    return NativeGetCurrentTime() != reported && NativeGetCurrentTime() > 0 && length > 0 && length + 1000 != total;
+  })) << Seen() << " at " << NativeGetCurrentTime() << " of " << libvlc_media_player_get_length(player);
+  EXPECT_EQ(Count(9), 0) << Seen();
+  EXPECT_EQ(NativeGetPlayerState(), 3);
+  EXPECT_EQ(NativeGetTotalTime(), total);
 
-  ASSERT_TRUE(After(NativeResume, 2)) << Seen();  // restarts the stream
+  // Stopped, and (once running again) closed: no time and no total.
+  events_.clear();
+  EXPECT_EQ(NativeStop(), 0);
+  EXPECT_EQ(std::pair(NativeGetCurrentTime(), NativeGetTotalTime()), std::pair(0, 0));
+  ASSERT_TRUE(WaitFor(12, 2)) << Seen();  // the engine's own report: stopped
+  ASSERT_TRUE(After(NativeResume, 6)) << Seen();
+  ASSERT_TRUE(Until([] { return NativeGetCurrentTime() > 0; }));
+  NativeClose();
+  EXPECT_EQ(std::pair(NativeGetCurrentTime(), NativeGetTotalTime()), std::pair(0, 0));
 }
 
 // The ids of a track description list, in the engine's order; releases the list.

@@ -96,6 +96,9 @@ TEST_F(SubtitleUpdate, WalksCuesOfASubRipFileFromDisk) {
         {5200, 9, kZeroed}, {5200, 9, kZeroed}, {5200, 9, kZeroed}, {5200, 9, kZeroed},
         // Inside B: one more zeroing step (the cursor walks from A), then B's text.
         {9200, 9, kZeroed}, {9200, 5, "Bravo" + kEnd}, {9200, 5, "Bravo" + kEnd},
+        // Back before B: zeroed, never B's text ahead of its start; the cursor
+        // walks again from the head, A and B show in their turn.
+        {5200, 5, kZeroed}, {1200, 9, "Alpha one" + kEnd}, {9200, 9, kZeroed}, {9200, 5, "Bravo" + kEnd},
         // Inside C, the list's last cue: never shown. The cursor runs off the
         // only file, and from then on every call answers B's length and leaves
         // the buffer alone.
@@ -172,11 +175,18 @@ TEST_F(SubtitleUpdate, HlsRenditionsSegmentBySegment) {
         {200000, 4, kEnd},
         {200000, 0, kZeroed},  // the second segment loads; Drei lies ahead: zeroed
         {330000, 4, "Drei" + kEnd},
-        // Past Vier the third segment, which has no cues, ends the updates.
-        {450000, 4, kEnd}, {450000, -255, kEnd}, {450000, 0, kEnd}});
+        // Vier is the last cue too: the third segment is due.
+        {450000, 4, kEnd}});
+  // A switch to English now starts again from its first segment; each of its
+  // two lists loads, runs onto its last cue and schedules the next; the
+  // third, which has no cues, ends the updates.
+  KORVIDUnity_SetCaptionStream(0);
+  Walk({{450000, 0, kEnd}, {450000, 0, kEnd}, {450000, -255, kEnd}, {450000, 0, kEnd}});
   EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 2);
-  EXPECT_EQ(server.requests("/hls/out_Deutsch2.vtt").size(), 1u);
-  EXPECT_TRUE(server.requests("/hls/out_English0.vtt").empty());
+  for (const char* file : {"English0", "English1", "English2"}) {
+    EXPECT_EQ(server.requests("/hls/out_" + std::string(file) + ".vtt").size(), 1u) << file;
+  }
+  EXPECT_TRUE(server.requests("/hls/out_Deutsch2.vtt").empty());
 }
 
 }  // namespace

@@ -115,4 +115,11 @@ std::string HlsLiveSet() {
                                    " -master_pl_name master.m3u8 -var_stream_map v:0,name:low %v/index.m3u8"));
 }
 
+std::string DashTwoSizeSet() {
+  return Directory(Make("dash", "manifest.mpd",
+                        "-f lavfi -i testsrc=size=320x240:rate=10 -t 6 -map 0:v -map 0:v -c:v libx264 -preset ultrafast"
+                        " -pix_fmt yuv420p -g 10 -s:v:1 160x120 -b:v:0 100k -b:v:1 300k -f dash -seg_duration 1"
+                        " -adaptation_sets id=0,streams=v manifest.mpd"));
+}
+
 }  // namespace korvid::test

@@ -49,4 +49,9 @@ std::string HlsSubtitleSet();
 std::string HlsOnDemandSet();
 std::string HlsLiveSet();
 
+// ffmpeg's DASH muxer on the same pattern: manifest.mpd with one adaptation
+// set of two renditions in 1-second segments, 320 x 240 at 100 kbit/s and
+// 160 x 120 at 300 kbit/s.
+std::string DashTwoSizeSet();
+
 }  // namespace korvid::test
