@@ -30,6 +30,16 @@ using namespace std::chrono_literals;
 
 inline constexpr int32_t kFrameBytes = 8294400;
 
+// The least length the engine gives a live HLS window once it plays. Debian's
+// engine (3.0.24) measures the window; the engine's Windows release 3.0.2
+// answers 0 for a playlist without an end marker (its own behaviour: the
+// library only reads the value).
+#ifdef _WIN32
+inline constexpr int64_t kLeastLiveLength = 0;
+#else
+inline constexpr int64_t kLeastLiveLength = 1;
+#endif
+
 // NativeSetMultiStream(slots) when `slots` is above 1, then NativeInit.
 inline int32_t StartUp(int32_t slots = 1) {
   if (slots > 1) NativeSetMultiStream(slots);
