@@ -193,11 +193,15 @@ TEST_F(WindowsCycles, TwentyStartUpsAndShutDownsInEachModeReleaseTheirThreads) {
 // of msvcrt.dll, which the C# binding's KorvidEngineFiles calls, does.
 // scripts/test-windows.sh runs each test in a process of its own, in a folder
 // without plugins/, and names the folder in KORVID_TEST_PLUGIN_FOLDER.
-using EnginePluginFolder = EngineTestOf<0>;
-const char* const kPluginFolder = std::getenv("KORVID_TEST_PLUGIN_FOLDER");
+class EnginePluginFolder : public EngineTestOf<0> {
+ protected:
+  // A copy: the C runtime's strings move when its environment changes.
+  const std::string folder_ = std::getenv("KORVID_TEST_PLUGIN_FOLDER") ? std::getenv("KORVID_TEST_PLUGIN_FOLDER") : "";
+};
 
 TEST_F(EnginePluginFolder, SetInTheWindowsEnvironmentIsNotSeen) {
-  ASSERT_TRUE(SetEnvironmentVariableA("VLC_PLUGIN_PATH", kPluginFolder));
+  ASSERT_FALSE(folder_.empty());
+  ASSERT_TRUE(SetEnvironmentVariableA("VLC_PLUGIN_PATH", folder_.c_str()));
   EXPECT_EQ(Captured([] { EXPECT_EQ(NativeInit(0), -1); }), "LibVLC initialization failure.\n");
 }
 
@@ -205,7 +209,8 @@ TEST_F(EnginePluginFolder, SetInTheCRuntimesEnvironmentIsSeen) {
   using PutEnv = int(__cdecl*)(const char*, const char*);
   const auto putEnv = reinterpret_cast<PutEnv>(
       reinterpret_cast<void (*)()>(GetProcAddress(LoadLibraryA("msvcrt.dll"), "_putenv_s")));
-  ASSERT_EQ(putEnv("VLC_PLUGIN_PATH", kPluginFolder), 0);
+  ASSERT_FALSE(folder_.empty());
+  ASSERT_EQ(putEnv("VLC_PLUGIN_PATH", folder_.c_str()), 0);
   ASSERT_EQ(NativeInit(0), 0);
   NativeSetAutoPlay(true);
   ASSERT_EQ(NativeOpenURI(ColourClip("red", 10, true).c_str()), 0);
