@@ -41,7 +41,7 @@ TEST_F(Playback, AClipRunsToItsEndThenTheNextGoesThroughPauseSeekResumeStopResta
   events_.clear();
   int32_t opened = -2, front = 0, parameters = -1;
   log = LoggedBy([&] {
-    opened = NativeOpenURI(ColourClip("red", 10).c_str());
+    opened = NativeOpenURI(NativeSeparators(ColourClip("red", 10)).c_str());
     front = NativeQueueFrontParamEvent();
     parameters = NativeQueueFrontParam1() | NativeQueueFrontParam2() | NativeQueueFrontParam3();
     WaitFor(9, 2);  // the automatic pause, and the engine's own pause report

@@ -40,6 +40,15 @@ inline constexpr int64_t kLeastLiveLength = 0;
 inline constexpr int64_t kLeastLiveLength = 1;
 #endif
 
+// `path` with the platform's own separators: "\\" on Windows, where the other
+// paths the tests open keep the "/" of WorkDir, as Unity's path properties give them.
+inline std::string NativeSeparators(std::string path) {
+#ifdef _WIN32
+  std::replace(path.begin(), path.end(), '/', '\\');
+#endif
+  return path;
+}
+
 // NativeSetMultiStream(slots) when `slots` is above 1, then NativeInit.
 inline int32_t StartUp(int32_t slots = 1) {
   if (slots > 1) NativeSetMultiStream(slots);
