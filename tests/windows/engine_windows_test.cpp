@@ -24,8 +24,7 @@ bool Corners(const std::vector<uint8_t>& frame, int r, int g, int b) {
 using StartPlayBack = EngineTest;
 
 // Auto-play off: the clip pauses after its first buffering. Started from
-// there, it plays from the beginning and the buffering that follows does not
-// pause it again.
+// there, it plays, and the buffering that follows does not pause it again.
 TEST_F(StartPlayBack, PlaysAPausedClipFromTheStartWithoutAnotherPause) {
   ASSERT_EQ(NativeOpenURI(ColourClip("0x00FF00", 10).c_str()), 0);
   ASSERT_TRUE(WaitFor(9, 2)) << Seen();
@@ -49,7 +48,8 @@ std::string DashSet() {
   std::filesystem::create_directories(dir);
   RunCommand("cd " + ShellQuote(ShellPath(dir)) +
              " && ffmpeg -nostdin -loglevel error -y -f lavfi -i color=c=yellow:s=160x90:r=25 -t 6 -c:v libvpx-vp9"
-             " -deadline realtime -cpu-used 8 -b:v 200k -g 25 -f dash -dash_segment_type mp4 -seg_duration 1 manifest.mpd");
+             " -deadline realtime -cpu-used 8 -b:v 200k -g 25 -f dash -dash_segment_type mp4 -seg_duration 1"
+             " manifest.mpd");
   return dir;
 }
 
