@@ -51,6 +51,23 @@ void SetPauseInCallback(libvlc_media_player_t* player, bool pause);
 int SetTime(libvlc_media_player_t* player, int64_t timeMs, bool fast);
 int SetPosition(libvlc_media_player_t* player, double position, bool fast);
 
+// Jumps the playing `player` to `timeMs` on the worker, then pauses it there
+// once a time report from playback after the jump's buffering shows that it
+// got there; a report far from the target means the jump was lost, and it is
+// made again (three jumps at most). This edition now and then loses a jump
+// that a pause follows at once, and a pause that lands while the jump still
+// buffers leaves the clock and the picture at the old position: the bare
+// engine shows both (bench/engine_seek_rounds.cpp). `beforeJump` runs before
+// each jump made again. The wait has no time limit: it wakes on the player's
+// reports; it pauses at once when another task is posted or the worker is
+// drained, and gives up without pausing when the player stops, ends or fails
+// or a newer JumpAndHold takes over.
+void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<void()> beforeJump);
+// Whether a JumpAndHold of `player` has yet to pause it. A pause wanted
+// meanwhile is left to it, and other engine calls on the player go to the
+// worker, after that pause.
+bool HoldingJump(const libvlc_media_player_t* player);
+
 // Runs `task` on the worker thread after every task posted before it.
 void RunOffEventThread(std::function<void()> task);
 

@@ -32,7 +32,10 @@ void SetStopFlag(bool value) {
 
 void PauseCurrentPlayer() {
   PlayerRecord& r = Record();
-  engine::SetPauseInCallback(CurrentPlayer(), true);
+  libvlc_media_player_t* player = CurrentPlayer();
+  // A held jump pauses the player itself once it has landed; and a pause now
+  // would cancel the play of a seek that waits for the player to play.
+  if (!engine::HoldingJump(player) && r.pendingSeekMs < 0) engine::SetPauseInCallback(player, true);
   Events().push(event_code::kPaused);
   r.stateCode = state_code::kPaused;
 }

@@ -29,6 +29,27 @@ int PauseOnCall(libvlc_media_player_t* player) {
   return 0;
 }
 
+// Jumps and pauses there once the jump has landed; a jump made again is a
+// seek in progress again for the buffering handler.
+void HoldJump(libvlc_media_player_t* player, int32_t positionMs) {
+  engine::JumpAndHold(player, positionMs, [] { Record().seekInProgress = true; });
+}
+
+// Where the host's engine calls on `player` run: on the worker while a held
+// jump has yet to pause it, so that they come after that pause.
+EngineCalls HostCalls(const libvlc_media_player_t* player) {
+  return engine::HoldingJump(player) ? EngineCalls::kOnWorker : EngineCalls::kOnCaller;
+}
+
+// From the start: an exact jump there, then the player runs on. The extra
+// play of the single player is kept.
+void StartFromTheBeginning(libvlc_media_player_t* player) {
+  engine::SetPosition(player, 0.0, false);
+  const bool playing = libvlc_media_player_is_playing(player) != 0;
+  if (playing) libvlc_media_player_set_pause(player, 0);
+  if (!playing || !MultiInstanceMode()) libvlc_media_player_play(player);
+}
+
 }  // namespace
 
 int32_t StartPlayBack() {
@@ -36,23 +57,17 @@ int32_t StartPlayBack() {
   r.startRequested = true;  // no automatic pause, and the next paused report is not queued
   libvlc_media_player_t* player = CurrentPlayer();
   if (player == nullptr) return 0;
-  engine::SetPosition(player, 0.0, false);
-  const bool playing = libvlc_media_player_is_playing(player) != 0;
-  if (MultiInstanceMode()) {
-    if (playing) {
-      libvlc_media_player_set_pause(player, 0);
-    } else {
-      libvlc_media_player_play(player);
-    }
-    return 0;
+  if (HostCalls(player) == EngineCalls::kOnWorker) {
+    engine::RunOffEventThread(player, &StartFromTheBeginning);
+  } else {
+    StartFromTheBeginning(player);
   }
-  if (playing) libvlc_media_player_set_pause(player, 0);
-  libvlc_media_player_play(player);
   return 0;
 }
 
 int32_t Pause(EngineCalls calls) {
   PlayerRecord& r = Record();
+  if (calls == EngineCalls::kOnCaller) calls = HostCalls(CurrentPlayer());
   if (r.isLive) {
     // A live stream cannot hold still: it is stopped, and the stopped handler
     // reports it as paused.
@@ -79,7 +94,7 @@ int32_t Pause(EngineCalls calls) {
 }
 
 int32_t Resume() {
-  if (libvlc_media_player_t* player = CurrentPlayer()) libvlc_media_player_play(player);
+  if (libvlc_media_player_t* player = CurrentPlayer()) Call(HostCalls(player), player, &PlayCall);
   return 0;
 }
 
@@ -109,6 +124,12 @@ int32_t Seek(int32_t positionMs, EngineCalls calls) {
   if (libvlc_media_player_is_playing(player) != 0) {
     r.seekInProgress = true;
     r.pendingSeekMs = -1;
+    if (engine::HoldingJump(player)) {
+      // Still playing only until a held jump pauses it: the host sees it
+      // paused, so this jump is held in its place.
+      HoldJump(player, positionMs);
+      return 0;
+    }
     if (calls == EngineCalls::kOnCaller) return engine::SetTime(player, positionMs, false);
     engine::RunOffEventThread(player, [positionMs](libvlc_media_player_t* p) { engine::SetTime(p, positionMs, false); });
     return 0;
@@ -119,11 +140,25 @@ int32_t Seek(int32_t positionMs, EngineCalls calls) {
 }
 
 void SeekThenPauseFromEventThread(int32_t positionMs) {
+  PlayerRecord& r = Record();
+  libvlc_media_player_t* player = CurrentPlayer();
+  const bool holdable = !r.isLive && !MultiInstanceMode() && player != nullptr &&
+                        engine::IsSeekableInCallback(player) && libvlc_media_player_is_playing(player) != 0;
   LogMethod("NativeSeek", log_line::kNativeSeek);
-  Seek(positionMs, EngineCalls::kOnWorker);
-  Record().pendingSeekMs = -1;
+  if (!holdable) {
+    Seek(positionMs, EngineCalls::kOnWorker);
+    r.pendingSeekMs = -1;
+    LogMethod("NativePause", log_line::kNativePause);
+    Pause(EngineCalls::kOnWorker);
+    return;
+  }
+  // Recorded as that seek and pause; the engine jumps and pauses once the
+  // jump is seen to have landed.
+  r.seekInProgress = true;
+  r.pendingSeekMs = -1;
   LogMethod("NativePause", log_line::kNativePause);
-  Pause(EngineCalls::kOnWorker);
+  r.isPaused = true;
+  HoldJump(player, positionMs);
 }
 
 void Close() {

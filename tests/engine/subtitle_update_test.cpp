@@ -19,7 +19,6 @@ const std::string kThreeCues = "1\r\n00:00:01,000 --> 00:00:03,000\r\nAlpha one\
                                "2\r\n00:00:05,000 --> 00:00:07,000\r\nBravo\r\n\r\n"
                                "3\r\n00:00:09,000 --> 00:00:11,000\r\nCharlie\r\n\r\n";
 
-bool EnginePaused() { return libvlc_media_player_get_state(Record().mainPlayer.get()) == libvlc_Paused; }
 int64_t Clock() { return libvlc_media_player_get_time(Record().mainPlayer.get()); }
 
 // A SubRip timestamp for `ms` (under a minute).
@@ -36,38 +35,21 @@ class SubtitleUpdate : public EngineTestOf<0> {
     ASSERT_EQ(NativeInit(0), 0);
     NativeSetAutoPlay(false);
     ASSERT_EQ(NativeOpenURI(clip.c_str()), 0);
-    ASSERT_TRUE(Until([] { return NativeGetPlayerState() == 4; })) << Seen();
+    ASSERT_TRUE(Until([] { return NativeGetPlayerState() == 4 && MainState() == libvlc_Paused; })) << Seen();
     pausedAt_ = 0;
   }
 
-  // Seeks the paused player to `ms`, waits for the seek to complete, the
-  // player to settle in its pause and its clock to hold still within `near` of
-  // `ms`, and returns the time the subtitle clock reads. The engine does not
-  // always get there: the deferred jump can be lost (playing is reported
-  // without a seek), and when the pause lands right after the jump the clock
-  // keeps the old time until playback moves again. Either way the seek is
-  // simply repeated, once the engine's pause reports (one more buffering round
-  // follows a pause) have settled.
+  // Seeks the paused player to `ms` once, waits until the seek has completed
+  // and the engine holds still in its pause within `near` of `ms`, and
+  // returns the time the subtitle clock reads.
   int64_t PauseAt(int32_t ms, int64_t near = 900) {
     if (std::exchange(pausedAt_, ms) == ms) return Clock();  // paused there already
-    for (int attempt = 0; attempt < 4; ++attempt) {
-      WaitForQuiet();  // a seek issued while the pause reports still come can be lost
-      events_.clear();
-      EXPECT_EQ(NativeSeek(ms), 0);
-      int64_t now = Clock();
-      const auto settled = [&] {  // the clock holds still near `ms`
-        const int64_t before = std::exchange(now, Clock());
-        return before == now && std::llabs(now - ms) < near;
-      };
-      if (WaitFor(13, 1, 5s) && Until([] { return NativeGetPlayerState() == 4 && EnginePaused(); }) &&
-          Until(settled, 3s)) {
-        return now;
-      }
-      if (libvlc_media_player_is_playing(Record().mainPlayer.get()) != 0) NativePause();
-      Until(EnginePaused);
-    }
-    ADD_FAILURE() << "the player did not pause near " << ms << " ms: " << Seen() << ", clock at " << Clock() << " ms";
-    return -1;
+    events_.clear();
+    EXPECT_EQ(NativeSeek(ms), 0);
+    EXPECT_TRUE(Until([&] {
+      return Count(13) > 0 && NativeGetPlayerState() == 4 && MainState() == libvlc_Paused && std::llabs(Clock() - ms) < near;
+    }, 20s)) << "the player did not pause near " << ms << " ms: " << Seen() << ", clock at " << Clock() << " ms";
+    return Clock();
   }
 
   int32_t Update() { return NativeUpdateSubtitle(reinterpret_cast<char*>(buffer_.data())); }

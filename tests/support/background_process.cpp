@@ -62,6 +62,9 @@ RtmpStream::RtmpStream(const std::string& colour)
                    " -tune zerolatency -g 25 -c:a aac -f flv " + ShellQuote(url_),
                dir_ + "/session.log") {
   AwaitOrThrow([&] { return std::filesystem::exists(dir_ + "/nginx.pid"); }, 10, "nginx did not start; see " + dir_);
+  // A player that connects before the publisher is refused: read the stream
+  // once with ffprobe, which waits for the publisher.
+  RunCommand("timeout 60 ffprobe -v error -show_entries stream=codec_type " + ShellQuote(url_) + " > /dev/null");
 }
 
 }  // namespace korvid::test

@@ -25,7 +25,8 @@ class BackgroundProcess {
 // run in one session.
 class RtmpStream {
  public:
-  // Starts both; throws std::runtime_error when nginx does not come up.
+  // Starts both and returns once the stream can be read; throws
+  // std::runtime_error when nginx does not come up or nothing is published.
   explicit RtmpStream(const std::string& colour);
   // "rtmp://127.0.0.1:<port>/live/stream"
   const std::string& url() const { return url_; }

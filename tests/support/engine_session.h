@@ -68,6 +68,9 @@ inline std::string PixelText(const std::vector<uint8_t>& frame, int x = 960, int
   return testing::PrintToString(std::vector<int>(Pixel(frame, x, y), Pixel(frame, x, y) + 4));
 }
 
+// The engine's own state of the main player.
+inline libvlc_state_t MainState() { return libvlc_media_player_get_state(Record().mainPlayer.get()); }
+
 // NativeGetPlayerState of `slot`, chosen with NativeControlInstance.
 inline int32_t SlotState(int32_t slot) {
   NativeControlInstance(slot);
@@ -92,9 +95,25 @@ inline std::string LoggedBy(const std::function<void()>& body) {
 inline std::string LogLine(const std::string& method, int line) {
   return "Korvid Native Windows Log : method : " + method + " (L " + std::to_string(line) + ") \n";
 }
+using LogLines = std::initializer_list<std::pair<const char*, int>>;
 // Expects `log` to hold the line of each (method, line).
-inline void ExpectLogged(const std::string& log, std::initializer_list<std::pair<const char*, int>> lines) {
+inline void ExpectLogged(const std::string& log, LogLines lines) {
   for (const auto& [method, line] : lines) EXPECT_NE(log.find(LogLine(method, line)), std::string::npos) << method << " " << line;
+}
+// Runs `body` again and again with logging on until what the process printed
+// meanwhile holds the line of each (method, line), or 20 s pass; expects them all.
+inline void ExpectLoggedWhile(const std::function<void()>& body, LogLines lines) {
+  std::string log;
+  const auto missing = [&] {
+    return std::any_of(lines.begin(), lines.end(), [&](const auto& l) { return log.find(LogLine(l.first, l.second)) == std::string::npos; });
+  };
+  for (const auto deadline = std::chrono::steady_clock::now() + 20s; missing() && std::chrono::steady_clock::now() < deadline;) {
+    log += LoggedBy([&] {
+      body();
+      std::this_thread::sleep_for(20ms);
+    });
+  }
+  ExpectLogged(log, lines);
 }
 
 // A fixture with the events popped so far, a frame buffer and, unless `Slots`
@@ -121,15 +140,6 @@ class EngineTestOf : public testing::Test {
   // Until events_ holds `count` events `code`.
   bool WaitFor(int32_t code, long count = 1, std::chrono::milliseconds timeout = 10s) {
     return Until([&] { return Count(code) >= count; }, timeout);
-  }
-  // Until no event has arrived for `quiet`: the engine has settled.
-  bool WaitForQuiet(std::chrono::milliseconds quiet = 700ms) {
-    auto last = std::chrono::steady_clock::now();
-    std::size_t before = events_.size();
-    return Until([&] {
-      if (events_.size() != std::exchange(before, events_.size())) last = std::chrono::steady_clock::now();
-      return std::chrono::steady_clock::now() - last >= quiet;
-    });
   }
   long Count(int32_t code) const { return std::count(events_.begin(), events_.end(), code); }
   // True when `run` occurs in events_ as one adjacent run.

@@ -16,8 +16,7 @@ std::string ColourClip(const std::string& colour, double seconds, bool silent = 
 
 // `seconds` of black at 64 x 48 with the encoder's own key frame spacing (10 s),
 // so that a seek decodes from a key frame seconds before its target, as in
-// most files. (On a clip with a key frame every second, a seek on a paused
-// player now and then ends the player instead.)
+// most files.
 std::string SparseKeyFrameClip(double seconds);
 
 // A Matroska clip of 30 s with two audio tracks (English 440 Hz, French 880 Hz).
