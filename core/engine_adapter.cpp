@@ -303,6 +303,18 @@ int SetPosition(libvlc_media_player_t* player, double position, bool fast) {
 #endif
 }
 
+namespace {
+
+// Whether the engine is done with `player` (never started, stopped, ended or
+// failed): it sends a hold no more reports. A stop the host asked for just
+// before a playing report started the hold runs ahead of it on the worker.
+bool Finished(libvlc_media_player_t* player) {
+  const libvlc_state_t state = libvlc_media_player_get_state(player);
+  return state == libvlc_NothingSpecial || state == libvlc_Stopped || state == libvlc_Ended || state == libvlc_Error;
+}
+
+}  // namespace
+
 void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<void()> beforeJump) {
   if (player == nullptr) return;
   TheHold().supersede();  // an earlier hold leaves the player to this one
@@ -319,12 +331,13 @@ void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<vo
           TheHold().listen(false);
           SetTime(player, timeMs, false);
           TheHold().listen(true);  // the jump's own echo of the target, sent while it was made, is not a report
+          if (Finished(player)) break;
           int64_t time = 0;
           const Hold::Outcome outcome = TheHold().await(tickets, time);
           if (outcome == Hold::Outcome::kOver || outcome == Hold::Outcome::kSuperseded) break;
           if (outcome == Hold::Outcome::kHurried || jump == kJumps || std::llabs(time - timeMs) <= kLandedWithinMs) {
             SetPauseInCallback(player, true);
-            TheHold().awaitPause(tickets);
+            if (!Finished(player)) TheHold().awaitPause(tickets);
             break;
           }
           beforeJump();  // the jump was lost: again
