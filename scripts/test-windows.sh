@@ -111,10 +111,8 @@ run_each() {  # the folder, then grep's options choosing the tests by name
     fi
   done
 }
-# Left out here: StreamingPlayback, whose rtmp source this engine release
-# cannot open (WindowsStreaming plays its HTTP sources and shows that), and
-# EnginePluginFolder, which needs the folder apart (below).
-run_each "$run/engine" -vE '^(StreamingPlayback|EnginePluginFolder)\.'
+# EnginePluginFolder needs the folder apart (below).
+run_each "$run/engine" -v '^EnginePluginFolder\.'
 
 echo "== the engine's plug-ins in a folder apart, under Wine"
 mkdir "$run/apart"

@@ -1,8 +1,8 @@
 // Playback on the real engine: a clip played to its end, then replaced by one
 // that goes through a host's whole routine, with the events, their order, the
-// picture, the clock and the state the host sees; and network sources: HLS
-// over a loopback HTTP server, rtmp from nginx, a live playlist and its
-// pause-by-stopping. Then audio and embedded subtitle tracks: a Matroska clip
+// picture, the clock and the state the host sees; and network sources: a file
+// over HTTP, HLS and DASH over a loopback HTTP server, a live playlist and its
+// pause-by-stopping, rtmp from nginx. Then audio and embedded subtitle tracks: a Matroska clip
 // that carries two audio tracks, then one with two SubRip tracks and no audio.
 
 #include <regex>
@@ -124,36 +124,63 @@ TEST_F(Playback, AClipRunsToItsEndThenTheNextGoesThroughPauseSeekResumeStopResta
 
 using StreamingPlayback = Playback;
 
-TEST_F(StreamingPlayback, OnDemandHlsThenRtmpWithoutAnyFetchThenALiveStreamPausesByStopping) {
+// Each source opened with auto-play on: its live verdict, a picture, and the
+// total time: the engine's length, for a live stream that length plus a second
+// (read as a stable pair: the engine may refresh the length).
+TEST_F(StreamingPlayback, ProgressiveHlsAndDashThenALiveStreamPausesByStoppingThenRtmpWithoutAnyFetch) {
   HttpServer server;
   const RtmpStream rtmp("green");
+  server.serve("/progressive.mp4", ReadFile(ColourClip("blue", 8, false, "faststart.mp4")));
   server.serveDirectory("/hls/", HlsOnDemandSet());
   server.serveDirectory("/live/", HlsLiveSet());
+  server.serveDirectory("/dash/", DashSet());
   NativeSetAutoPlay(true);
-  ASSERT_TRUE(After([&] { return NativeOpenURI(server.url("/hls/master.m3u8").c_str()); }, 2)) << Seen();
-  EXPECT_FALSE(NativeIsLive());
+  // Location, live verdict, length in ms (0: live), the picture's colour (-1: a test pattern, any picture).
+  const std::tuple<std::string, bool, int32_t, int, int, int> sources[] = {
+      {"/progressive.mp4", false, 8000, 0, 0, 255}, {"/hls/master.m3u8", false, 6000, -1, -1, -1},
+      {"/hls/low/index.m3u8", true, 0, -1, -1, -1},  // a media playlist given directly always counts as live
+      {"/dash/manifest.mpd", false, 6000, 255, 255, 0}, {"/live/master.m3u8", true, 0, -1, -1, -1}};
+  const auto engineLength = [] { return libvlc_media_player_get_length(Record().mainPlayer.get()); };
+  for (const auto& [path, live, length, r, g, b] : sources) {
+    SCOPED_TRACE(path);
+    ASSERT_TRUE(After([&, &path = path] { return NativeOpenURI(server.url(path).c_str()); }, 2)) << Seen();
+    EXPECT_EQ(NativeIsLive(), live);
+    std::fill(frame_.begin(), frame_.end(), 0);
+    EXPECT_TRUE(Until([&, r = r, g = g, b = b] {
+      EXPECT_EQ(NativeGetRawData(frame_.data()), kFrameBytes);
+      return r < 0 ? std::any_of(frame_.begin(), frame_.end(), [](uint8_t byte) { return byte > 64; })
+                   : Shows(frame_, r, g, b) && Shows(frame_, r, g, b, 0, 0) && Shows(frame_, r, g, b, 1919, 1079);
+    })) << PixelText(frame_);
+    EXPECT_TRUE(Until([&, length = length] {
+      if (length > 0) return std::abs(NativeGetTotalTime() - length) <= 300;
+      const int64_t engine = engineLength();
+      return engine >= kLeastLiveLength && engine == engineLength() && NativeGetTotalTime() == engine + 1000;
+    })) << NativeGetTotalTime() << " vs " << engineLength();
+  }
 
-  // rtmp is live by its scheme, without asking the server.
-  int32_t opened = -1;
-  const std::string log = LoggedBy([&] { opened = NativeOpenURI(rtmp.url().c_str()); });
-  ASSERT_EQ(opened, 0);
-  EXPECT_TRUE(NativeIsLive());
-  EXPECT_EQ(log.find("CheckLiveStreaming"), std::string::npos);
-  EXPECT_TRUE(Until([&] { return NativeGetRawData(frame_.data()) == kFrameBytes && Shows(frame_, 0, 128, 0); }, 15s))
-      << PixelText(frame_);
-
-  ASSERT_TRUE(After([&] { return NativeOpenURI(server.url("/live/master.m3u8").c_str()); }, 2)) << Seen();
-  ASSERT_TRUE(NativeIsLive());
-
-  // The stream is stopped, and the stopped report reaches the host as a pause.
+  // The live stream (opened last) is stopped, and the stopped report reaches the host as a pause.
   ASSERT_TRUE(After(NativePause, 9)) << Seen();
   EXPECT_EQ(Count(12), 0) << Seen();
   EXPECT_EQ(NativeGetPlayerState(), 4);
   EXPECT_EQ(NativeGetTotalTime(), Record().pausedLength.load());
   EXPECT_GE(NativeGetTotalTime(), 1000);
   EXPECT_EQ(NativeSeek(1000), -3);  // a stopped live stream cannot seek
-
   ASSERT_TRUE(After(NativeResume, 2)) << Seen();  // restarts the stream
+
+  // rtmp is live by its scheme, without asking the server.
+  int32_t opened = -1;
+  const std::string log = LoggedBy([&] { opened = NativeOpenURI(rtmp.url().c_str()); });
+  EXPECT_TRUE(NativeIsLive());
+  EXPECT_EQ(log.find("CheckLiveStreaming"), std::string::npos);
+#ifdef _WIN32
+  // The engine's Windows release reads rtmp only through its decoder plug-in,
+  // which the copy the Windows tests run lacks: the open fails.
+  EXPECT_EQ(opened, -1);
+#else
+  ASSERT_EQ(opened, 0);
+  EXPECT_TRUE(Until([&] { return NativeGetRawData(frame_.data()) == kFrameBytes && Shows(frame_, 0, 128, 0); }, 15s))
+      << PixelText(frame_);
+#endif
 }
 
 // The ids of a track description list, in the engine's order; releases the list.

@@ -77,14 +77,9 @@ std::string ShellPath(const std::string& path) {
   using UnixFileName = char*(CDECL*)(const WCHAR*);
   static const auto unixFileName = reinterpret_cast<UnixFileName>(
       reinterpret_cast<void (*)()>(GetProcAddress(GetModuleHandleA("kernel32.dll"), "wine_get_unix_file_name")));
+  fs::create_directories(fs::path(path).parent_path());  // Wine names only paths whose folder exists
   char* name = unixFileName != nullptr ? unixFileName(fs::path(path).wstring().c_str()) : nullptr;
-  if (name == nullptr) {  // Wine names only paths whose folder exists
-    const fs::path missing(path);
-    if (unixFileName == nullptr || !missing.has_relative_path() || missing.parent_path() == missing) {
-      throw std::runtime_error("no Unix path for " + path + " (the tests run under Wine)");
-    }
-    return ShellPath(missing.parent_path().generic_string()) + "/" + missing.filename().string();
-  }
+  if (name == nullptr) throw std::runtime_error("no Unix path for " + path + " (the tests run under Wine)");
   std::string unixPath = name;
   HeapFree(GetProcessHeap(), 0, name);
   return unixPath;

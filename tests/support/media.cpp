@@ -125,6 +125,11 @@ std::string HlsOnDemandSet() {
                                    " -var_stream_map v:0,name:low %v/index.m3u8"));
 }
 
+std::string DashSet() {
+  return Directory(Make("dash", "manifest.mpd", "-f lavfi -i color=c=yellow:s=160x90:r=25 -t 6 " + Video() +
+                                                    " -g 25 -f dash -dash_segment_type mp4 -seg_duration 1 manifest.mpd"));
+}
+
 std::string HlsLiveSet() {
   return Directory(Make("hls-live", "master.m3u8",
                         kPattern + "-f hls -hls_time 1 -hls_list_size 6 -hls_flags omit_endlist" + kSegments +

@@ -49,4 +49,9 @@ std::string HlsSubtitleSet();
 std::string HlsOnDemandSet();
 std::string HlsLiveSet();
 
+// Six seconds of yellow as DASH: manifest.mpd, static, over 1-second segments
+// of fragmented MP4 (for VP9 ffmpeg would write WebM segments, which the
+// engine's Windows release 3.0.2 does not play).
+std::string DashSet();
+
 }  // namespace korvid::test
