@@ -3,10 +3,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
-#include <optional>
 #include <thread>
 
 #include "core/input_gate.h"
+#include "core/jump_hold.h"
 #include "core/no_destructor.h"
 #include "core/platform.h"
 
@@ -28,134 +28,6 @@ constexpr const char* kOptions[kFixedOptionCount] = {
     "--drop-late-frames",
     "--skip-frames",
 };
-
-// A jump that waits for the engine's word before it pauses (JumpAndHold).
-// One runs at a time, on the worker; the event thread feeds it reports.
-class Hold {
- public:
-  // What the hold has heard since its jump was made.
-  struct Heard {
-    bool started = false;   // a buffering report below 100 %: the jump's buffering began
-    bool buffered = false;  // after that, one at 100 %
-    int unbuffered = 0;     // time reports with no completed buffering
-    std::optional<int64_t> time;  // the report that decides
-    bool paused = false;    // the engine reported its pause
-    bool over = false;      // stopped, ended or failed
-  };
-
-  // Marks `player` as held (on the thread that asks for the jump); returns the hold's id.
-  uint64_t begin(const libvlc_media_player_t* player) {
-    const std::lock_guard lock(mutex_);
-    player_ = player;
-    return ++id_;
-  }
-  void end(uint64_t id) {
-    const std::lock_guard lock(mutex_);
-    if (id_ == id) player_ = nullptr;
-  }
-  bool holding(const libvlc_media_player_t* player) {
-    const std::lock_guard lock(mutex_);
-    return player != nullptr && player_ == player;
-  }
-  // How a hold's wait ends.
-  enum class Outcome { kReport, kHurried, kSuperseded, kOver };
-
-  // Ends the wait of the hold under way: hurried, it pauses at once (the
-  // task after it then finds the player paused, as the host believes it is);
-  // superseded by a newer jump, it leaves the player to that one.
-  void hurry() { interrupt(hurries_); }
-  void supersede() { interrupt(supersessions_); }
-  // The counts a hold compares with once it waits.
-  std::pair<uint64_t, uint64_t> tickets() {
-    const std::lock_guard lock(mutex_);
-    return {hurries_, supersessions_};
-  }
-  // Forgets what was heard; reports are ignored until listen(true).
-  void listen(bool on) {
-    const std::lock_guard lock(mutex_);
-    if (!on) heard_ = Heard{};
-    listening_ = on;
-  }
-  // Waits for the deciding time report, the end of the player, or an
-  // interruption since `tickets`; the report is stored in `time`. No time
-  // limit: the reports wake it.
-  Outcome await(std::pair<uint64_t, uint64_t> tickets, int64_t& time) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] {
-      return supersessions_ != tickets.second || hurries_ != tickets.first || heard_.over || heard_.time;
-    });
-    if (supersessions_ != tickets.second) return Outcome::kSuperseded;
-    if (heard_.over) return Outcome::kOver;
-    if (hurries_ != tickets.first) return Outcome::kHurried;
-    time = *heard_.time;
-    return Outcome::kReport;
-  }
-  // Waits for the engine's report of the hold's pause (or the player's end,
-  // or a newer jump): a play asked for straight after the pause would
-  // otherwise cancel it inside the engine, and the host would see no change.
-  void awaitPause(std::pair<uint64_t, uint64_t> tickets) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return supersessions_ != tickets.second || heard_.over || heard_.paused; });
-  }
-
-  static void OnReport(const libvlc_event_t* event, void* self) {
-    auto* hold = static_cast<Hold*>(self);
-    {
-      const std::lock_guard lock(hold->mutex_);
-      if (!hold->listening_) return;
-      Heard& heard = hold->heard_;
-      switch (event->type) {
-        case libvlc_MediaPlayerBuffering:
-          if (event->u.media_player_buffering.new_cache < 100.0f) {
-            heard.started = true;
-          } else if (heard.started) {
-            heard.buffered = true;
-          }
-          break;
-        case libvlc_MediaPlayerPaused:
-          heard.paused = true;
-          break;
-        case libvlc_MediaPlayerTimeChanged:
-          // A jump that buffers nothing is judged on its fourth report.
-          if (!heard.time && (heard.buffered || ++heard.unbuffered >= 4)) {
-            heard.time = event->u.media_player_time_changed.new_time;
-          }
-          break;
-        default:
-          heard.over = true;
-          break;
-      }
-    }
-    hold->changed_.notify_all();
-  }
-
-  static constexpr libvlc_event_type_t kReports[] = {libvlc_MediaPlayerBuffering, libvlc_MediaPlayerTimeChanged,
-                                                     libvlc_MediaPlayerPaused,    libvlc_MediaPlayerStopped, libvlc_MediaPlayerEndReached,
-                                                     libvlc_MediaPlayerEncounteredError};
-
- private:
-  void interrupt(uint64_t& count) {
-    {
-      const std::lock_guard lock(mutex_);
-      ++count;
-    }
-    changed_.notify_all();
-  }
-
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  const libvlc_media_player_t* player_ = nullptr;
-  uint64_t id_ = 0;
-  uint64_t hurries_ = 0;
-  uint64_t supersessions_ = 0;
-  bool listening_ = false;
-  Heard heard_;
-};
-
-Hold& TheHold() {
-  static NoDestructor<Hold> hold;
-  return *hold;
-}
 
 // Runs queued engine calls in order on one thread of its own.
 class Worker {
@@ -328,6 +200,7 @@ void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<vo
         libvlc_event_manager_t* events = libvlc_media_player_event_manager(player);
         for (const libvlc_event_type_t type : Hold::kReports) libvlc_event_attach(events, type, &Hold::OnReport, &TheHold());
         for (int jump = 1;; ++jump) {
+          const int64_t before = libvlc_media_player_get_time(player);
           TheHold().listen(false);
           SetTime(player, timeMs, false);
           TheHold().listen(true);  // the jump's own echo of the target, sent while it was made, is not a report
@@ -335,7 +208,12 @@ void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<vo
           int64_t time = 0;
           const Hold::Outcome outcome = TheHold().await(tickets, time);
           if (outcome == Hold::Outcome::kOver || outcome == Hold::Outcome::kSuperseded) break;
-          if (outcome == Hold::Outcome::kHurried || jump == kJumps || std::llabs(time - timeMs) <= kLandedWithinMs) {
+          // Landed: near the target, or at least nearer it than where the
+          // player was (the engine's clock runs ahead of the picture).
+          const bool landed = std::llabs(time - timeMs) <= kLandedWithinMs ||
+                              std::llabs(time - timeMs) < std::llabs(time - before);
+          if (outcome == Hold::Outcome::kHurried || jump == kJumps || landed) {
+            TheHold().expectPause();
             SetPauseInCallback(player, true);
             if (!Finished(player)) TheHold().awaitPause(tickets);
             break;

@@ -2,7 +2,8 @@
 # Installs what the project needs, builds the library and the demo host, makes
 # the built-in sample clip and plays it through the library. Extra arguments go
 # to the demo (for example --location URL, --seek 3000, --no-autoplay);
-# "--four" first plays four clips in four slots side by side.
+# "--four" first plays four clips in four slots side by side. The demo prints
+# its own lines only; the engine's messages go to out/demo/engine.log.
 # KORVID_SKIP_INSTALL=1 skips the package install on a machine already set up.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)

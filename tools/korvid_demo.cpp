@@ -1,6 +1,8 @@
 // A small host for the library that behaves like a Unity script: it uses only
 // the exported C interface, polls the event queue and pulls frames each tick,
 // prints what happens, and saves a contact sheet of the frames it fetched.
+// The engine's own messages (decoder warnings and the like, on standard error)
+// go to a log file beside the sheet, so the output is the demo's lines only.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -30,6 +32,7 @@ struct Options {
   double seconds = 6.0;
   int tiles = 6;
   std::string sheet = "contact-sheet.png";
+  std::string engineLog;  // default: engine.log beside the sheet
 };
 
 const char* EventName(int32_t code) {
@@ -61,7 +64,7 @@ const char* StateName(int32_t state) {
 void Usage() {
   std::puts(
       "usage: korvid_demo --location PATH_OR_URL [--subtitles FILE.srt|MASTER.m3u8] [--no-autoplay]\n"
-      "                   [--seek MS] [--seconds S] [--tiles N] [--sheet FILE.png]\n"
+      "                   [--seek MS] [--seconds S] [--tiles N] [--sheet FILE.png] [--engine-log FILE]\n"
       "       korvid_demo --multi PATH_OR_URL [--multi ...] (up to four, side by side) [--seconds S]");
 }
 
@@ -85,11 +88,26 @@ bool Parse(int argc, char** argv, Options& options) {
       options.tiles = std::max(1, std::atoi(argv[++i]));
     } else if (arg == "--sheet" && hasValue) {
       options.sheet = argv[++i];
+    } else if (arg == "--engine-log" && hasValue) {
+      options.engineLog = argv[++i];
     } else {
       return false;
     }
   }
   return !options.location.empty() || !options.slots.empty();
+}
+
+// Sends standard error (the engine, SDL and the audio output write there) to
+// `path`; the demo itself prints only to standard output.
+bool RedirectEngineMessages(const std::string& path) {
+  if (std::freopen(path.c_str(), "w", stderr) != nullptr) return true;
+  std::printf("could not open %s for the engine's messages\n", path.c_str());
+  return false;
+}
+
+std::string BesideSheet(const std::string& sheet, const char* name) {
+  const std::size_t slash = sheet.find_last_of("/\\");
+  return slash == std::string::npos ? name : sheet.substr(0, slash + 1) + name;
 }
 
 // Prints and pops every queued event, as a host does once per frame.
@@ -170,6 +188,9 @@ int main(int argc, char** argv) {
     Usage();
     return 2;
   }
+  if (options.engineLog.empty()) options.engineLog = BesideSheet(options.sheet, "engine.log");
+  if (!RedirectEngineMessages(options.engineLog)) return 1;
+  std::printf("engine messages go to %s\n", options.engineLog.c_str());
   if (!options.slots.empty()) return RunSlots(options);
 
   if (NativeInit(0) != 0) return 1;
@@ -215,7 +236,7 @@ int main(int argc, char** argv) {
   NativeShutdown();
 
   if (!sheet.writePng(options.sheet)) {
-    std::fprintf(stderr, "could not write %s\n", options.sheet.c_str());
+    std::printf("could not write %s\n", options.sheet.c_str());
     return 1;
   }
   std::printf("contact sheet: %s (%zu frames)\n", options.sheet.c_str(), sheet.tiles());

@@ -16,7 +16,11 @@
 //     up to the size set with property 901 (10,000 bytes unless changed).
 //
 // Threading: the library keeps one process-wide player record without locks.
-// Call the exports from one thread at a time. KorvidPlayer does that for you.
+// Call the exports from one thread at a time. The side-subtitle state is apart:
+// only NativeInit, NativeShutdown, the subtitle, caption and embedded-subtitle
+// exports and the slot starts (for slot 2's clock) share it with
+// NativeUpdateSubtitle, which KorvidPlayer runs beside the rest on a thread of
+// its own. KorvidPlayer keeps both rules for you.
 //
 // Loading: DllImport("WindowsKorvidSDK") finds WindowsKorvidSDK.dll on Windows
 // and libWindowsKorvidSDK.so on Linux (on the loader's search path, for example

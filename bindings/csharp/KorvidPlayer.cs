@@ -1,20 +1,28 @@
 // KorvidPlayer: a managed player over KorvidNative, the object a Unity
 // MonoBehaviour holds (see Unity/KorvidVideoSurface.cs).
 //
-// Threading. The library keeps one process-wide player record without locks,
-// so at most one thread may be inside the library at a time. This class owns a
-// gate (a monitor) that every native call passes through:
-//   - The host's thread (Unity's main thread) makes the per-frame calls:
-//     Update, TryGetFrame, the queries, the controls, UpdateSubtitle. They only
-//     *try* the gate and never wait for it.
+// Threading. The library keeps one process-wide player record without locks.
+// This class owns two gates (monitors) that the native calls pass through:
+//   - `gate`, for the player: whoever holds it is the only thread in those
+//     exports. The host's thread (Unity's main thread) makes the per-frame
+//     calls: Update, TryGetFrame, the queries, the controls. They only *try* the
+//     gate and never wait for it.
 //   - A worker thread, one blocking call at a time, makes the calls that can
 //     wait on a slow source or on the engine: OpenAsync (NativeOpenURI waits
 //     until the engine plays), StartSlotAsync (live detection may download a
-//     manifest), OpenSubtitlesAsync (may download a playlist) and
-//     SetAudioTrackAsync (waits until the engine changes track). While one runs,
-//     IsBusy is true and the host's calls skip the library: Update raises
-//     nothing, TryGetFrame returns false, queries return their last value and
-//     controls return false.
+//     manifest), OpenSubtitlesAsync (checks a SubRip file, may download it or a
+//     playlist) and SetAudioTrackAsync (waits until the engine changes track).
+//     While one holds the gate, IsBusy is true and the host's calls skip the
+//     library: Update raises nothing, TryGetFrame returns false, queries return
+//     their last value and controls return false.
+//   - `subtitleGate`, for the library's side-subtitle state. Its cue walk
+//     (NativeUpdateSubtitle) may download a playlist or the next segment, so it
+//     runs on a subtitle thread of ours that holds only this gate: the walk
+//     shares nothing with the per-frame exports but the player's clock, which
+//     the engine guards itself. Start-up and shut-down, the subtitle-source,
+//     caption and embedded-subtitle exports and the slot starts (the walk reads
+//     slot 2's clock) take both gates, `gate` first. UpdateSubtitle only asks
+//     the walker for its next step and returns the text of the last one.
 // C# events are raised on the thread that calls Update, after the gate has
 // been released, so handlers may call back into the player.
 //
@@ -22,6 +30,9 @@
 // player record); the constructor starts the engine and Dispose shuts it down.
 using System;
 using System.Collections.Generic;
+using System.Diagnostics;
+using System.IO;
+using System.Net;
 using System.Text;
 using System.Threading;
 using System.Threading.Tasks;
@@ -70,6 +81,31 @@ namespace Korvid
         NotIssued = 1,  // nothing open, or a blocking call holds the library
     }
 
+    /// <summary>What OpenSubtitlesAsync did with a subtitle source.</summary>
+    public sealed class SubtitleOpenResult
+    {
+        internal SubtitleOpenResult(bool accepted, int line, string reason)
+        {
+            Accepted = accepted;
+            Line = line;
+            Reason = reason;
+        }
+
+        /// <summary>The library took the source; UpdateSubtitle shows its cues.</summary>
+        public bool Accepted { get; private set; }
+
+        /// <summary>For a refused SubRip file, the first line (from 1) that the library could not parse; else 0.</summary>
+        public int Line { get; private set; }
+
+        /// <summary>Why the source was not taken; "" when it was.</summary>
+        public string Reason { get; private set; }
+
+        public override string ToString()
+        {
+            return Accepted ? "accepted" : Line > 0 ? "refused, line " + Line + ": " + Reason : "refused: " + Reason;
+        }
+    }
+
     public sealed class KorvidEventArgs : EventArgs
     {
         public KorvidEventArgs(int code, int param1, int param2, int param3)
@@ -111,22 +147,26 @@ namespace Korvid
 
         private static int liveInstances;
 
-        private readonly object gate = new object();     // held by whoever is inside the library
-        private readonly object workerLock = new object(); // guards `worker`
+        private readonly object gate = new object();         // held by whoever is inside the player's exports
+        private readonly object subtitleGate = new object(); // held by whoever touches the subtitle state
+        private readonly object workerLock = new object();   // guards `worker`
+        private readonly object walkSignal = new object();   // guards `walker` and `stepWanted`
         private readonly KorvidPlayerOptions options;
-        private readonly byte[] subtitleBuffer;
         private readonly bool[] slotStarted;
         private readonly List<KorvidEventArgs> drained = new List<KorvidEventArgs>();
         private Task worker;
         private volatile bool disposed;
         private volatile bool opened;
         private volatile bool subtitlesOpen;
+        private volatile bool subtitlesEnded;
+        private Thread walker;  // the subtitle thread, from the first accepted source on
+        private bool stepWanted;
         private int initialAudioTrack = int.MinValue;  // the track the library compares every switch with
 
         // Last answers, returned while the library is held by a blocking call.
         private int lastTimeMs, lastDurationMs, lastState;
         private bool lastLive;
-        private string subtitleText = string.Empty;
+        private volatile string subtitleText = string.Empty;
 
         public KorvidPlayer() : this(new KorvidPlayerOptions()) { }
 
@@ -144,11 +184,11 @@ namespace Korvid
                 throw new InvalidOperationException("A KorvidPlayer is already alive; the library has one player record per process.");
             }
             this.options = options;
-            subtitleBuffer = new byte[options.SubtitleBufferBytes];
             slotStarted = new bool[options.SlotCount];
             try
             {
                 lock (gate)
+                lock (subtitleGate)
                 {
                     KorvidNative.NativeSetLogLevel(options.LogLevel);
                     // The slot count has to be known before the engine starts; 1 keeps single-player mode.
@@ -156,8 +196,8 @@ namespace Korvid
                     int init = KorvidNative.NativeInit(options.LogLevel);
                     if (init != 0) throw new InvalidOperationException("NativeInit failed: " + init);
                     // After NativeInit, which caps the size at 10,000: the library clears and
-                    // fills exactly this many bytes of our buffer.
-                    KorvidNative.NativeSetProperty(KorvidNative.PropertySubtitleBufferSize, subtitleBuffer.Length);
+                    // fills exactly this many bytes of the walker's buffer.
+                    KorvidNative.NativeSetProperty(KorvidNative.PropertySubtitleBufferSize, options.SubtitleBufferBytes);
                     KorvidNative.NativeSetAutoPlay(options.AutoPlay);
                 }
             }
@@ -369,15 +409,27 @@ namespace Korvid
 
         // --- subtitles ----------------------------------------------------------------------------
 
-        /// <summary>Loads side subtitles: an HLS master playlist (.m3u8) or a SubRip file (.srt), by path or URL.</summary>
-        public Task<bool> OpenSubtitlesAsync(string uri)
+        /// <summary>
+        /// Loads side subtitles on the worker: an HLS master playlist (.m3u8) or a SubRip file
+        /// (.srt), by path or http(s) URL. A SubRip file is read (or fetched) and checked first;
+        /// one the library's parser would fail on, which would end the process at the first
+        /// UpdateSubtitle, is refused with its first bad line and never reaches the library. A good
+        /// file goes to the library as it is, by its location. The check sees the file as it is
+        /// now: do not change it afterwards.
+        /// </summary>
+        public Task<SubtitleOpenResult> OpenSubtitlesAsync(string uri)
         {
             if (uri == null) throw new ArgumentNullException("uri");
-            return RunOnWorker(() =>
+            return StartWorker(() =>
             {
-                bool found = KorvidNative.NativeOpenSubtitleURI(uri);
-                subtitlesOpen |= found;
-                return found;
+                // Outside the gate: a fetch here keeps neither the frames nor the walk waiting.
+                SubtitleOpenResult refusal = SubRipCheck.IsSubRip(uri) ? SubRipCheck.Refusal(uri) : null;
+                if (refusal != null) return refusal;
+                bool found = InLibrary(true, () => KorvidNative.NativeOpenSubtitleURI(uri));
+                if (!found) return new SubtitleOpenResult(false, 0, "the library took no subtitle track from it");
+                subtitlesOpen = true;
+                StartWalker();
+                return new SubtitleOpenResult(true, 0, string.Empty);
             });
         }
 
@@ -385,29 +437,64 @@ namespace Korvid
         public string SubtitleText { get { return subtitleText; } }
 
         /// <summary>True once the library has reported that its subtitles ended (until the next player).</summary>
-        public bool SubtitlesEnded { get; private set; }
+        public bool SubtitlesEnded { get { return subtitlesEnded; } }
 
         /// <summary>
-        /// Asks the library for the cue due at the player's time and returns its text, "" when none
-        /// is due. Call it every frame while subtitles are open. For an HLS source, a call that
-        /// crosses into a new segment downloads it on this thread.
+        /// Returns at once with the text of the cue due at the player's time ("" when none), as the
+        /// subtitle thread last read it, and asks that thread for its next step. Call it every
+        /// frame while subtitles are open. The step may download (a playlist, the next HLS
+        /// segment, a SubRip URL); meanwhile this returns the previous text.
         /// </summary>
         public string UpdateSubtitle()
         {
-            if (!subtitlesOpen || SubtitlesEnded || disposed || !Monitor.TryEnter(gate)) return subtitleText;
-            int length;
-            try { length = KorvidNative.NativeUpdateSubtitle(subtitleBuffer); }
-            finally { Monitor.Exit(gate); }
-            if (length < 0)
+            if (subtitlesOpen && !subtitlesEnded && !disposed)
             {
-                SubtitlesEnded = true;  // -1: no track; -255: a segment without cues
-                subtitleText = string.Empty;
-            }
-            else
-            {
-                subtitleText = DecodeSubtitle(subtitleBuffer, length);
+                lock (walkSignal)
+                {
+                    stepWanted = true;
+                    Monitor.Pulse(walkSignal);
+                }
             }
             return subtitleText;
+        }
+
+        private void StartWalker()
+        {
+            lock (walkSignal)
+            {
+                if (walker != null) return;
+                walker = new Thread(WalkSubtitles) { IsBackground = true, Name = "Korvid subtitles" };
+                walker.Start();
+            }
+        }
+
+        // One NativeUpdateSubtitle per step that UpdateSubtitle asked for; requests made during a
+        // step (a download, say) fold into one. Ends with the subtitles or the player.
+        private void WalkSubtitles()
+        {
+            var buffer = new byte[options.SubtitleBufferBytes];
+            while (true)
+            {
+                lock (walkSignal)
+                {
+                    while (!stepWanted && !disposed) Monitor.Wait(walkSignal);
+                    if (disposed) return;
+                    stepWanted = false;
+                }
+                int length;
+                lock (subtitleGate)
+                {
+                    if (disposed) return;
+                    length = KorvidNative.NativeUpdateSubtitle(buffer);
+                }
+                if (length < 0)
+                {
+                    subtitleText = string.Empty;  // -1: no track; -255: a file without cues
+                    subtitlesEnded = true;
+                    return;
+                }
+                subtitleText = DecodeSubtitle(buffer, length);
+            }
         }
 
         /// <summary>
@@ -425,7 +512,7 @@ namespace Korvid
         }
 
         /// <summary>Number of side-subtitle tracks; 0 until the first UpdateSubtitle after opening them.</summary>
-        public int CaptionStreamCount { get { return TryInt(() => KorvidNative.KORVIDUnity_GetCaptionStreamCount(), 0); } }
+        public int CaptionStreamCount { get { return TryInt(() => KorvidNative.KORVIDUnity_GetCaptionStreamCount(), 0, true); } }
 
         public int GetCaptionStreamId(int index) { return TryInt(() => KorvidNative.KORVIDUnity_GetCaptionStreamID(index), index); }
 
@@ -438,7 +525,7 @@ namespace Korvid
         {
             int count = CaptionStreamCount;
             if (index < 0 || (count > 0 && index >= count)) throw new ArgumentOutOfRangeException("index");
-            return Try(() => KorvidNative.KORVIDUnity_SetCaptionStream(index));
+            return Try(() => KorvidNative.KORVIDUnity_SetCaptionStream(index), true);
         }
 
         public int CaptionEncodingType { get { return TryInt(() => KorvidNative.NativeGetCaptionEncodingType(), 3); } }
@@ -446,22 +533,18 @@ namespace Korvid
         /// <summary>Whether the media has subtitle tracks that the engine renders into the picture itself.</summary>
         public bool HasEmbeddedSubtitles()
         {
-            if (!opened || disposed || !Monitor.TryEnter(gate)) return false;
-            try { return KorvidNative.NativeCheckSpuContent(); } finally { Monitor.Exit(gate); }
+            return opened && TryInt(() => KorvidNative.NativeCheckSpuContent() ? 1 : 0, 0, true) == 1;
         }
 
         /// <summary>Turns the engine's own subtitle rendering on (its first track) or off.</summary>
         public bool ShowEmbeddedSubtitles(bool show)
         {
-            if (!opened || disposed || !Monitor.TryEnter(gate)) return false;
-            try
+            return opened && Try(() =>
             {
                 // Enabling walks the track list that the check stored; refresh it each time.
                 if (show) KorvidNative.NativeCheckSpuContent();
                 KorvidNative.NativeSetActiveSpuContent(show);
-                return true;
-            }
-            finally { Monitor.Exit(gate); }
+            }, true);
         }
 
         // --- audio tracks (main player) ------------------------------------------------------------
@@ -508,12 +591,12 @@ namespace Korvid
                 if (slotStarted[slot]) throw new InvalidOperationException("slot " + slot + " was started already");
                 slotStarted[slot] = true;
             }
-            return RunOnWorker(() =>
+            return StartWorker(() => InLibrary(true, () =>
             {
                 KorvidNative.NativeStartChosenPlayer(slot, location);
                 opened = true;
                 return true;
-            });
+            }));
         }
 
         public bool IsSlotStarted(int slot)
@@ -564,26 +647,33 @@ namespace Korvid
         // --- shut-down --------------------------------------------------------------------------------
 
         /// <summary>
-        /// Shuts the engine down. If a blocking call still holds the library after
-        /// DisposeWaitMilliseconds, the shut-down runs on the worker once that call returns.
+        /// Shuts the engine down. If a blocking call or a subtitle download still holds the library
+        /// after DisposeWaitMilliseconds, the shut-down runs on a thread of its own once it returns.
         /// </summary>
         public void Dispose()
         {
             if (disposed) return;
             disposed = true;
+            lock (walkSignal) Monitor.Pulse(walkSignal);  // the walker ends
+            var waited = Stopwatch.StartNew();
             if (Monitor.TryEnter(gate, options.DisposeWaitMilliseconds))
             {
-                try { ShutdownLibrary(); } finally { Monitor.Exit(gate); }
-                return;
+                try
+                {
+                    int left = Math.Max(0, options.DisposeWaitMilliseconds - (int)waited.ElapsedMilliseconds);
+                    if (Monitor.TryEnter(subtitleGate, left))
+                    {
+                        try { ShutdownLibrary(); } finally { Monitor.Exit(subtitleGate); }
+                        return;
+                    }
+                }
+                finally { Monitor.Exit(gate); }
             }
-            Task pending;
-            lock (workerLock) pending = worker;
-            if (pending == null)
+            Task.Factory.StartNew(() =>
             {
-                lock (gate) ShutdownLibrary();  // another host thread holds the gate; it returns soon
-                return;
-            }
-            pending.ContinueWith(_ => { lock (gate) ShutdownLibrary(); });
+                lock (gate)
+                lock (subtitleGate) ShutdownLibrary();
+            }, CancellationToken.None, TaskCreationOptions.LongRunning, TaskScheduler.Default);
         }
 
         private void ShutdownLibrary()
@@ -595,7 +685,9 @@ namespace Korvid
 
         // --- plumbing ----------------------------------------------------------------------------------
 
-        private Task<T> RunOnWorker<T>(Func<T> call)
+        private Task<T> RunOnWorker<T>(Func<T> call) { return StartWorker(() => InLibrary(false, call)); }
+
+        private Task<T> StartWorker<T>(Func<T> work)
         {
             if (disposed) throw new ObjectDisposedException("KorvidPlayer");
             lock (workerLock)
@@ -603,29 +695,44 @@ namespace Korvid
                 if (worker != null && !worker.IsCompleted)
                     throw new InvalidOperationException("another blocking call is still running; await it first");
                 // A thread of its own: the call may block for as long as the source takes.
-                Task<T> task = Task.Factory.StartNew(() =>
-                {
-                    lock (gate)
-                    {
-                        if (disposed) throw new ObjectDisposedException("KorvidPlayer");
-                        return call();
-                    }
-                }, CancellationToken.None, TaskCreationOptions.LongRunning, TaskScheduler.Default);
+                Task<T> task = Task.Factory.StartNew(work, CancellationToken.None, TaskCreationOptions.LongRunning, TaskScheduler.Default);
                 worker = task;
                 return task;
             }
         }
 
-        private bool Try(Action call)
+        // The worker's way in: waits for the gate (and the subtitle gate when the call touches the subtitle state).
+        private T InLibrary<T>(bool subtitles, Func<T> call)
         {
-            if (disposed || !Monitor.TryEnter(gate)) return false;
-            try { call(); return true; } finally { Monitor.Exit(gate); }
+            lock (gate)
+            {
+                if (!subtitles) return WhileAlive(call);
+                lock (subtitleGate) return WhileAlive(call);
+            }
         }
 
-        private int TryInt(Func<int> call, int fallback)
+        private T WhileAlive<T>(Func<T> call)
+        {
+            if (disposed) throw new ObjectDisposedException("KorvidPlayer");
+            return call();
+        }
+
+        private bool Try(Action call, bool subtitles = false)
+        {
+            return TryInt(() => { call(); return 1; }, 0, subtitles) == 1;
+        }
+
+        // The host thread's way in: never waits. `subtitles`: the call touches the subtitle state.
+        private int TryInt(Func<int> call, int fallback, bool subtitles = false)
         {
             if (disposed || !Monitor.TryEnter(gate)) return fallback;
-            try { return call(); } finally { Monitor.Exit(gate); }
+            try
+            {
+                if (!subtitles) return call();
+                if (!Monitor.TryEnter(subtitleGate)) return fallback;
+                try { return call(); } finally { Monitor.Exit(subtitleGate); }
+            }
+            finally { Monitor.Exit(gate); }
         }
 
         private void RequireMode(bool multi, string message)
@@ -644,6 +751,146 @@ namespace Korvid
             if (buffer == null) throw new ArgumentNullException("buffer");
             if (buffer.Length < KorvidNative.FrameBytes)
                 throw new ArgumentException("a frame needs " + KorvidNative.FrameBytes + " bytes", "buffer");
+        }
+    }
+
+    // The library's SubRip parser throws a C++ exception out of NativeUpdateSubtitle, which ends
+    // the process, on some inputs. This walks a file with the parser's own rules and finds the
+    // first place where it would throw. Every "-->" makes a cue (the search goes on one byte after
+    // each arrow, so an arrow inside a cue's text counts too), and for each, in this order:
+    //   - the start time is the text from the start of the arrow's line up to two bytes before the
+    //     arrow; the end time runs from four bytes after the arrow to the end of that line, which is
+    //     the next line when the arrow ends its own;
+    //   - each time splits at ':' and ','; every field must start, after optional white space and a
+    //     sign, with a digit, and its leading number must fit in 32 bits (std::stoi's rules; what
+    //     follows the number is ignored, so "0a" passes and "a0" fails);
+    //   - a line feed must follow somewhere at or after the end of the end time's line.
+    internal static class SubRipCheck
+    {
+        private static readonly byte[] Arrow = { (byte)'-', (byte)'-', (byte)'>' };
+
+        // The library decides by the text after the last '.' (all of it when there is none), case-sensitively.
+        internal static bool IsSubRip(string location)
+        {
+            return location.Substring(location.LastIndexOf('.') + 1) == "srt";
+        }
+
+        /// <summary>Why the library would fail on the file at <paramref name="location"/>, or null when it would not.</summary>
+        internal static SubtitleOpenResult Refusal(string location)
+        {
+            byte[] text;
+            try
+            {
+                text = location.StartsWith("http://", StringComparison.Ordinal) || location.StartsWith("https://", StringComparison.Ordinal)
+                    ? Fetch(location) : AsTheLibraryReadsIt(File.ReadAllBytes(location));
+            }
+            catch (Exception e)
+            {
+                // Unread, the file cannot be vouched for.
+                return new SubtitleOpenResult(false, 0, "cannot be read: " + e.Message);
+            }
+            return FirstThrow(text);
+        }
+
+        private static SubtitleOpenResult FirstThrow(byte[] d)
+        {
+            for (int arrow = IndexOf(d, Arrow, 0); arrow >= 0; arrow = IndexOf(d, Arrow, arrow + 1))
+            {
+                // Start time: [start, startEnd), up to the byte before the blank in front of the arrow.
+                int startEnd = Math.Max(arrow - 1, 0), start = startEnd;
+                while (start > 0 && !IsLineBreak(d[start - 1])) start--;
+                // End time: [endStart, lineEnd), from the byte after the blank behind the arrow.
+                int endStart = Math.Min(arrow + 4, d.Length), lineEnd = endStart;
+                while (lineEnd < d.Length && !IsLineBreak(d[lineEnd])) lineEnd++;
+
+                string bad = BadField(d, start, startEnd);
+                if (bad != null) return Refused(d, start, "start time: " + bad);
+                bad = BadField(d, endStart, lineEnd);
+                if (bad != null) return Refused(d, endStart, "end time: " + bad);
+                if (Array.IndexOf(d, (byte)'\n', lineEnd) < 0)
+                    return Refused(d, arrow, "no line break follows the timing line, so the cue has no text");
+            }
+            return null;
+        }
+
+        private static string BadField(byte[] d, int from, int to)
+        {
+            for (int field = from, i = from; i <= to; i++)
+            {
+                if (i < to && d[i] != ':' && d[i] != ',') continue;
+                string bad = BadNumber(d, field, i);
+                if (bad != null) return bad;
+                field = i + 1;
+            }
+            return null;
+        }
+
+        private static string BadNumber(byte[] d, int from, int to)
+        {
+            int i = from;
+            while (i < to && (d[i] == ' ' || (d[i] >= '\t' && d[i] <= '\r'))) i++;
+            bool negative = i < to && d[i] == '-';
+            if (i < to && (d[i] == '+' || d[i] == '-')) i++;
+            string field = "the field \"" + Encoding.UTF8.GetString(d, from, to - from) + "\"";
+            if (i == to || d[i] < '0' || d[i] > '9') return field + " has no number";
+            long magnitude = 0, limit = negative ? -(long)int.MinValue : int.MaxValue;
+            for (; i < to && d[i] >= '0' && d[i] <= '9'; i++)
+            {
+                magnitude = magnitude * 10 + (d[i] - '0');
+                if (magnitude > limit) return field + " does not fit in 32 bits";
+            }
+            return null;
+        }
+
+        private static SubtitleOpenResult Refused(byte[] d, int at, string reason)
+        {
+            int line = 1;
+            for (int i = 0; i < at; i++)
+                if (d[i] == '\n' || (d[i] == '\r' && (i + 1 == d.Length || d[i + 1] != '\n'))) line++;
+            return new SubtitleOpenResult(false, line, reason);
+        }
+
+        private static bool IsLineBreak(byte b) { return b == '\n' || b == '\r'; }
+
+        private static int IndexOf(byte[] d, byte[] pattern, int from)
+        {
+            for (int i = from; i + pattern.Length <= d.Length; i++)
+            {
+                int k = 0;
+                while (k < pattern.Length && d[i + k] == pattern[k]) k++;
+                if (k == pattern.Length) return i;
+            }
+            return -1;
+        }
+
+        // On Windows the library reads a local file in text mode: CR LF arrives as LF, and a
+        // Ctrl-Z ends the file.
+        private static byte[] AsTheLibraryReadsIt(byte[] raw)
+        {
+            if (Environment.OSVersion.Platform != PlatformID.Win32NT) return raw;
+            var text = new List<byte>(raw.Length);
+            for (int i = 0; i < raw.Length && raw[i] != 0x1A; i++)
+                if (raw[i] != '\r' || i + 1 == raw.Length || raw[i + 1] != '\n') text.Add(raw[i]);
+            return text.ToArray();
+        }
+
+        // The bytes the library's own fetch would get: no redirect followed, no certificate check,
+        // and an error status's body is a body like any other.
+        private static byte[] Fetch(string url)
+        {
+            var request = (HttpWebRequest)WebRequest.Create(url);
+            request.AllowAutoRedirect = false;
+            request.ServerCertificateValidationCallback = delegate { return true; };
+            HttpWebResponse response;
+            try { response = (HttpWebResponse)request.GetResponse(); }
+            catch (WebException e) when (e.Response != null) { response = (HttpWebResponse)e.Response; }
+            using (response)
+            using (Stream body = response.GetResponseStream())
+            using (var copy = new MemoryStream())
+            {
+                body.CopyTo(copy);
+                return copy.ToArray();
+            }
         }
     }
 }

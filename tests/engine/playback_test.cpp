@@ -61,13 +61,20 @@ TEST_F(Playback, AClipRunsToItsEndThenTheNextGoesThroughPauseSeekResumeStopResta
 
   // Seek while paused, as soon as the engine has paused (its pause reports
   // may still come): the engine plays, jumps and pauses there, without ready
-  // or playing.
+  // or playing. The engine's clock leads the picture by what it has read
+  // ahead: a few hundred ms, seconds on a starved machine.
   ASSERT_TRUE(Until([] { return MainState() == libvlc_Paused; }));
   ASSERT_TRUE(After([] { return NativeSeek(4000); }, 13)) << Seen();
   EXPECT_TRUE(Until([] {
-    return NativeGetPlayerState() == 4 && MainState() == libvlc_Paused && std::abs(NativeGetCurrentTime() - 4000) <= 600;
+    return NativeGetPlayerState() == 4 && MainState() == libvlc_Paused && NativeGetCurrentTime() >= 3800 && NativeGetCurrentTime() < 7500;
   })) << Seen() << " at " << NativeGetCurrentTime();
-  EXPECT_EQ(Count(1) + Count(2), 0) << Seen();
+  // The seek's own completed buffering: finished, then seek completed, and
+  // neither ready nor playing after it. (The engine's extra buffering round
+  // after the automatic pause may still come in before it, with its ready and
+  // playing.)
+  const auto completed = std::find(events_.begin(), events_.end(), 13);
+  EXPECT_EQ(*std::prev(completed), 6) << Seen();
+  EXPECT_EQ(std::count(completed, events_.end(), 1) + std::count(completed, events_.end(), 2), 0) << Seen();
 
   // Resume, then pause and pause again, which resumes; the clock runs and the
   // picture arrives red, green, blue, padding, scaled over the whole frame.

@@ -82,7 +82,8 @@ with tempfile.TemporaryDirectory() as scratch:
     host = os.path.join(scratch, "korvid_managed_host.exe")
     subprocess.run([mcs, "-nologo", "-debug", "-warnaserror", "-out:" + host, *scripts, os.path.join(root, "tests/managed/ManagedHost.cs")], check=True)
     ran = subprocess.run([os.path.join(root, "tests/managed/run_managed_host.sh"), mono, host, plugin_folder,
-                          os.path.join(root, "exports/korvid_exports.h"), os.path.join(root, "tests/expected_exports.txt")],
+                          os.path.join(root, "exports/korvid_exports.h"), os.path.join(root, "tests/expected_exports.txt"),
+                          os.path.join(root, "tests/support/loopback_server.py")],
                          timeout=600)
     check(ran.returncode == 0, "the managed host passes against the packaged library")
 

@@ -8,11 +8,12 @@
 # A file below ROOT answers GET, with one byte range per request
 # ("bytes=a-b" or "bytes=a-"). A file FILE~ beside it holds "STATUS CUT": FILE
 # answers with STATUS, and when CUT >= 0 only its first CUT bytes are sent
-# before the connection closes.
+# before the connection closes. While a file FILE~hold exists, FILE's answer
+# waits (the test removes it to let the answer go).
 # Each request is appended to ROOT/.requests as one line of tab-separated
 # fields: the target as sent, then each header as "name: value", the name in
 # lower case.
-import http.server, mimetypes, os, re, socket, ssl, subprocess, sys, threading, urllib.parse
+import http.server, mimetypes, os, re, socket, ssl, subprocess, sys, threading, time, urllib.parse
 
 ROOT = os.path.abspath(sys.argv[1])
 mimetypes.add_type("video/mp2t", ".ts")
@@ -28,6 +29,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         with log_lock, open(os.path.join(ROOT, ".requests"), "a", encoding="utf-8") as log:
             log.write("\t".join(fields) + "\n")
         file = os.path.join(ROOT, path.lstrip("/"))
+        while os.path.exists(file + "~hold"):
+            time.sleep(0.01)
         self.type = mimetypes.guess_type(file)[0] or "application/octet-stream"
         try:
             with open(file, "rb") as f:

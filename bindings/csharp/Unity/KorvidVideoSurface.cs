@@ -4,7 +4,8 @@
 //
 // Unity-only: needs UnityEngine, so the managed tests do not compile it.
 // Every call into the player happens on Unity's main thread (Update, OnDestroy);
-// the open runs on KorvidPlayer's worker, so a slow source never stalls a frame.
+// the opens run on KorvidPlayer's worker and the subtitle walk on its subtitle
+// thread, so a slow source or subtitle server never stalls a frame.
 using System.Threading.Tasks;
 using UnityEngine;
 
@@ -31,6 +32,7 @@ namespace Korvid.Unity
         private Texture2D texture;
         private byte[] frame;
         private Task<OpenResult> opening;
+        private Task<SubtitleOpenResult> openingSubtitles;
 
         private void Start()
         {
@@ -64,7 +66,15 @@ namespace Korvid.Unity
                     return;
                 }
                 Player.SetVolume(volume);
-                if (!string.IsNullOrEmpty(subtitleLocation)) Player.OpenSubtitlesAsync(subtitleLocation);
+                if (!string.IsNullOrEmpty(subtitleLocation)) openingSubtitles = Player.OpenSubtitlesAsync(subtitleLocation);
+            }
+            if (openingSubtitles != null && openingSubtitles.IsCompleted)
+            {
+                // A SubRip file the library could not parse is refused here, with its line.
+                string outcome = openingSubtitles.IsFaulted ? openingSubtitles.Exception.InnerException.Message : openingSubtitles.Result.ToString();
+                if (openingSubtitles.IsFaulted || !openingSubtitles.Result.Accepted)
+                    Debug.LogWarning("Korvid: subtitles " + subtitleLocation + " " + outcome);
+                openingSubtitles = null;
             }
 
             Player.Update();
@@ -73,7 +83,7 @@ namespace Korvid.Unity
                 texture.LoadRawTextureData(frame);
                 texture.Apply(false);
             }
-            if (!Player.IsBusy) Subtitle = Player.UpdateSubtitle();
+            Subtitle = Player.UpdateSubtitle();  // never waits: the walk runs on the player's subtitle thread
         }
 
         /// <summary>Opens another source on the same player.</summary>
