@@ -97,7 +97,7 @@ cp "$build/tests/windows/libkorvid_decoder_options_plugin.dll" "$run/engine/plug
 # Each test in a process of its own, as ctest runs the Linux engine tests.
 failed=()
 run_each() {  # the folder, then grep's options choosing the tests by name
-  local dir=$1 tests test
+  local dir=$1 tests test status
   shift
   tests=$(under_wine "$dir" korvid_windows_engine_tests.exe --gtest_list_tests | tr -d '\r' \
           | awk '/^[^ ]/ { suite = $1 } /^  / { print suite $1 }' | grep "$@") || true
@@ -106,8 +106,9 @@ run_each() {  # the folder, then grep's options choosing the tests by name
     if under_wine "$dir" korvid_windows_engine_tests.exe --gtest_filter="$test" > "$dir/$test.log" 2>&1; then
       echo "   passed: $test"
     else
+      status=$?
       failed+=("$test")
-      echo "   FAILED: $test"
+      echo "   FAILED (exit status $status): $test"
       cat "$dir/$test.log"
     fi
   done
