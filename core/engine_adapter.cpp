@@ -215,7 +215,8 @@ void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<vo
           if (outcome == Hold::Outcome::kHurried || jump == kJumps || landed) {
             TheHold().expectPause();
             SetPauseInCallback(player, true);
-            if (!Finished(player)) TheHold().awaitPause(tickets);
+            const libvlc_state_t state = libvlc_media_player_get_state(player);
+            if (state != libvlc_Paused && !Finished(player)) TheHold().awaitPause(tickets);
             break;
           }
           beforeJump();  // the jump was lost: again

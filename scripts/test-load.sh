@@ -2,7 +2,8 @@
 # The tests under load; scripts/test.sh runs this after its normal and ASan
 # parts, on the normal build it left in build/:
 #  - the soak label (hundreds of start-up, open, control and shut-down cycles
-#    in one process, with a bound on resident memory);
+#    in one process, with bounds on the memory the allocator has handed out);
+#    its figures are printed from ctest's log;
 #  - a ThreadSanitizer build of the library and the engine tests, running the
 #    playback, multi-instance and bad-media tests;
 #  - the libFuzzer targets of the text scans, built with clang under ASan and
@@ -21,6 +22,7 @@ timed() {
 
 echo "== soak (normal build)"
 timed ctest --test-dir build --output-on-failure -L soak -j"$jobs"
+grep '^soak:' build/Testing/Temporary/LastTest.log || true
 
 echo "== thread sanitizer build"
 build_tsan() {
