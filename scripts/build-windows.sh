@@ -72,8 +72,9 @@ fi
 # functions the library calls.
 engine_sdk=$build/engine-sdk
 mkdir -p "$engine_sdk/include" "$engine_sdk/lib"
+# The headers keep their times, so that an unchanged engine rebuilds nothing.
 rm -rf "$engine_sdk/include/vlc"
-cp -r /usr/include/vlc "$engine_sdk/include/vlc"
+cp -a /usr/include/vlc "$engine_sdk/include/vlc"
 x86_64-w64-mingw32-dlltool -d "$root/cmake/libvlc.def" -l "$engine_sdk/lib/libvlc.dll.a"
 
 echo "== WindowsKorvidSDK.dll"

@@ -19,6 +19,9 @@ packages=(
   # the Windows DLL: the cross compiler, the source packages of SDL2 and curl
   # (apt-get source unpacks them with dpkg-source), and Wine for its tests
   gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 dpkg-dev wine64
+  # the engine's plug-in headers, for the Windows tests' plug-in that declares
+  # an option of the decoder plug-in missing from the engine copy they run
+  libvlccore-dev
 )
 
 SUDO=""

@@ -52,7 +52,8 @@ with open(path, "w") as f:
     json.dump(package, f, indent=2, ensure_ascii=False)
     f.write("\n")
 EOF
-cp bindings/csharp/KorvidNative.cs bindings/csharp/KorvidPlayer.cs bindings/csharp/Unity/KorvidVideoSurface.cs "$out/Runtime/"
+cp bindings/csharp/KorvidNative.cs bindings/csharp/KorvidPlayer.cs bindings/csharp/KorvidEngineFiles.cs \
+  bindings/csharp/Unity/KorvidVideoSurface.cs "$out/Runtime/"
 plugins=$out/Runtime/Plugins/x86_64
 mkdir -p "$plugins"
 # The engine's own DLLs never ship: the user installs the engine (a test

@@ -22,7 +22,8 @@ ctest --test-dir build --output-on-failure -L engine -j1
 
 echo "== Windows DLL"
 # Cross-built with its dependencies, its export and import tables checked, and
-# the unit and Windows-only tests run under Wine.
+# the unit tests and the engine scenarios run under Wine (the latter against the
+# engine's own Windows release).
 bash scripts/test-windows.sh
 
 echo "== Unity package"

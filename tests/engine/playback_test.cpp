@@ -1,11 +1,12 @@
 // Playback on the real engine: a clip played to its end, then replaced by one
 // that goes through a host's whole routine, with the events, their order, the
-// picture, the clock and the state the host sees; and network sources: HLS
-// over a loopback HTTP server, rtmp from nginx, a live playlist and its
-// pause-by-stopping. Then audio and embedded subtitle tracks: a Matroska clip
+// picture, the clock and the state the host sees; and network sources: a file
+// over HTTP, HLS and DASH over a loopback HTTP server, a live playlist and its
+// pause-by-stopping, rtmp from nginx. Then audio and embedded subtitle tracks: a Matroska clip
 // that carries two audio tracks, then one with two SubRip tracks and no audio.
 
 #include <regex>
+#include <sstream>
 
 #include "core/engine_adapter.h"
 #include "support/background_process.h"
@@ -52,7 +53,7 @@ TEST_F(Playback, AClipRunsToItsEndThenTheNextGoesThroughPauseSeekResumeStopResta
   events_.clear();
   int32_t opened = -2, front = 0, parameters = -1;
   log = LoggedBy([&] {
-    opened = NativeOpenURI(ColourClip("red", 10).c_str());
+    opened = NativeOpenURI(NativeSeparators(ColourClip("red", 10)).c_str());
     front = NativeQueueFrontParamEvent();
     parameters = NativeQueueFrontParam1() | NativeQueueFrontParam2() | NativeQueueFrontParam3();
     WaitFor(9, 2);  // the automatic pause, and the engine's own pause report
@@ -185,47 +186,57 @@ TEST_F(Playback, AClipRunsToItsEndThenTheNextGoesThroughPauseSeekResumeStopResta
 
 using StreamingPlayback = Playback;
 
-TEST_F(StreamingPlayback, OnDemandHlsAndDashThenRtmpWithoutAnyFetchThenALiveStreamPausesByStopping) {
+// Each source opened with auto-play on: its live verdict, a picture, and the
+// total time: the engine's length, for a live stream that length plus a second
+// (read as a stable pair: the engine may refresh the length).
+TEST_F(StreamingPlayback, ProgressiveHlsAndDashThenALiveStreamPausesByStoppingThenRtmpWithoutAnyFetch) {
   HttpServer server;
   const RtmpStream rtmp("green");
+  server.serve("/progressive.mp4", ReadFile(ColourClip("blue", 8, false, "faststart.mp4")));
   server.serveDirectory("/hls/", HlsOnDemandSet());
   server.serveDirectory("/dash/", DashTwoSizeSet());
   server.serveDirectory("/live/", HlsLiveSet());
   NativeSetAutoPlay(true);
-  ASSERT_TRUE(After([&] { return NativeOpenURI(server.url("/hls/master.m3u8").c_str()); }, 2)) << Seen();
-  EXPECT_FALSE(NativeIsLive());
+  // Location, live verdict, length in ms (0: live), the picture's colour (-1: a test pattern, any picture).
+  const std::tuple<std::string, bool, int32_t, int, int, int> sources[] = {
+      {"/progressive.mp4", false, 8000, 0, 0, 255}, {"/hls/master.m3u8", false, 6000, -1, -1, -1},
+      {"/hls/low/index.m3u8", true, 0, -1, -1, -1},  // a media playlist given directly always counts as live
+      {"/dash/manifest.mpd", false, 6000, -1, -1, -1}};
+  libvlc_media_player_t* player = Record().mainPlayer.get();
+  const auto engineLength = [&] { return libvlc_media_player_get_length(player); };
+  const auto totalIsLengthPlus1000 = [&](int64_t least = kLeastLiveLength) {
+    const int64_t engine = engineLength();
+    return engine >= least && engine == engineLength() && NativeGetTotalTime() == engine + 1000;
+  };
+  for (const auto& [path, live, length, r, g, b] : sources) {
+    SCOPED_TRACE(path);
+    ASSERT_TRUE(After([&, &path = path] { return NativeOpenURI(server.url(path).c_str()); }, 2)) << Seen();
+    EXPECT_EQ(NativeIsLive(), live);
+    std::fill(frame_.begin(), frame_.end(), 0);
+    EXPECT_TRUE(Until([&, r = r, g = g, b = b] {
+      EXPECT_EQ(NativeGetRawData(frame_.data()), kFrameBytes);
+      return r < 0 ? std::any_of(frame_.begin(), frame_.end(), [](uint8_t byte) { return byte > 64; })
+                   : Shows(frame_, r, g, b) && Shows(frame_, r, g, b, 0, 0) && Shows(frame_, r, g, b, 1919, 1079);
+    })) << PixelText(frame_);
+    EXPECT_TRUE(Until([&, length = length] {
+      return length > 0 ? std::abs(NativeGetTotalTime() - length) <= 300 : totalIsLengthPlus1000();
+    })) << NativeGetTotalTime() << " vs " << engineLength();
+  }
   // A DASH manifest reports the size of its larger rendition, which the
   // engine plays first (the smaller has the higher rate).
-  ASSERT_TRUE(After([&] { return NativeOpenURI(server.url("/dash/manifest.mpd").c_str()); }, 2)) << Seen();
-  EXPECT_FALSE(NativeIsLive());
   EXPECT_TRUE(Until([] { return NativeGetVideoWidth() == 320 && NativeGetVideoHeight() == 240; }))
       << NativeGetVideoWidth() << "x" << NativeGetVideoHeight();
-
-  // rtmp is live by its scheme, without asking the server.
-  int32_t opened = -1;
-  const std::string log = LoggedBy([&] { opened = NativeOpenURI(rtmp.url().c_str()); });
-  ASSERT_EQ(opened, 0);
-  EXPECT_TRUE(NativeIsLive());
-  EXPECT_EQ(log.find("CheckLiveStreaming"), std::string::npos);
-  EXPECT_TRUE(Until([&] { return NativeGetRawData(frame_.data()) == kFrameBytes && Shows(frame_, 0, 128, 0); }, 15s))
-      << PixelText(frame_);
 
   // With auto-play off the live stream pauses by itself after its first
   // buffering; its total is the engine's length plus a second, until the host
   // pauses it. The size reported since the DASH manifest never shrinks.
-  libvlc_media_player_t* player = Record().mainPlayer.get();
-  const auto totalIsLengthPlus1000 = [&] {
-    const int64_t length = libvlc_media_player_get_length(player);
-    return NativeGetTotalTime() == length + 1000 && length == libvlc_media_player_get_length(player);
-  };
   NativeSetAutoPlay(false);
   ASSERT_TRUE(After([&] { return NativeOpenURI(server.url("/live/master.m3u8").c_str()); }, 9)) << Seen();
   ASSERT_TRUE(NativeIsLive());
-  ASSERT_TRUE(Until([&] { return MainState() == libvlc_Paused && totalIsLengthPlus1000(); })) << NativeGetTotalTime();
+  ASSERT_TRUE(Until([&] { return MainState() == libvlc_Paused && totalIsLengthPlus1000(0); })) << NativeGetTotalTime();
   ASSERT_TRUE(After(NativeResume, 2)) << Seen();
-  ASSERT_TRUE(Until([&] {
-    return libvlc_media_player_get_length(player) > 0 && totalIsLengthPlus1000() && NativeGetCurrentTime() > 0;
-  })) << NativeGetTotalTime() << " " << NativeGetCurrentTime();
+  ASSERT_TRUE(Until([&] { return totalIsLengthPlus1000() && NativeGetCurrentTime() > 0; }))
+      << NativeGetTotalTime() << " " << NativeGetCurrentTime();
   unsigned width = 0, height = 0;
   EXPECT_EQ(libvlc_video_get_size(player, 0, &width, &height), 0);
   EXPECT_EQ(std::pair(width, height), std::pair(160u, 120u));
@@ -240,18 +251,33 @@ TEST_F(StreamingPlayback, OnDemandHlsAndDashThenRtmpWithoutAnyFetchThenALiveStre
   EXPECT_EQ(NativeGetPlayerState(), 4);
   EXPECT_EQ(NativeGetTotalTime(), total);
   EXPECT_EQ(NativeSeek(1000), -3);  // a stopped live stream cannot seek
-  std::string window = "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXT-X-MEDIA-SEQUENCE:3\n";
-  for (const char* segment : {"3", "4", "5"}) window += std::string("#EXTINF:1.0,\nindex") + segment + ".ts\n";
+  // The window's last three segments, after its own header lines.
+  std::istringstream full(ReadFile(HlsLiveSet() + "/low/index.m3u8"));
+  std::string window, line;
+  std::vector<std::string> segments;
+  while (std::getline(full, line)) {
+    if (line.rfind("#EXTINF", 0) == 0) {
+      std::string uri;
+      std::getline(full, uri);
+      segments.push_back(line + "\n" + uri + "\n");
+    } else if (segments.empty()) {
+      window += line.rfind("#EXT-X-MEDIA-SEQUENCE", 0) == 0 ? "#EXT-X-MEDIA-SEQUENCE:3\n" : line + "\n";
+    }
+  }
+  for (std::size_t i = segments.size() - 3; i < segments.size(); ++i) window += segments[i];
   server.serve("/live/low/index.m3u8", window);
   events_.clear();
   EXPECT_EQ(NativeResume(), 0);  // restarts the stream
   ASSERT_TRUE(Until([&] { return HasRun({6, 1, 2}); })) << Seen();
-  // A time report after that buffering's report: its handler is done.
+  // A time report after that buffering's report: its handler is done. (The
+  // engine's Windows release reports a live window's length as 0, so there the
+  // kept total cannot be told from the new one.)
   const int32_t reported = NativeGetCurrentTime();
   ASSERT_TRUE(Until([&] {
-    const int64_t length = libvlc_media_player_get_length(player);
-    return NativeGetCurrentTime() != reported && NativeGetCurrentTime() > 0 && length > 0 && length + 1000 != total;
-  })) << Seen() << " at " << NativeGetCurrentTime() << " of " << libvlc_media_player_get_length(player);
+    const int64_t length = engineLength();
+    return NativeGetCurrentTime() != reported && NativeGetCurrentTime() > 0 && length >= kLeastLiveLength &&
+           (kLeastLiveLength == 0 || length + 1000 != total);
+  })) << Seen() << " at " << NativeGetCurrentTime() << " of " << engineLength();
   EXPECT_EQ(Count(9), 0) << Seen();
   EXPECT_EQ(NativeGetPlayerState(), 3);
   EXPECT_EQ(NativeGetTotalTime(), total);
@@ -265,6 +291,21 @@ TEST_F(StreamingPlayback, OnDemandHlsAndDashThenRtmpWithoutAnyFetchThenALiveStre
   ASSERT_TRUE(Until([] { return NativeGetCurrentTime() > 0; }));
   NativeClose();
   EXPECT_EQ(std::pair(NativeGetCurrentTime(), NativeGetTotalTime()), std::pair(0, 0));
+
+  // rtmp is live by its scheme, without asking the server.
+  int32_t opened = -1;
+  const std::string log = LoggedBy([&] { opened = NativeOpenURI(rtmp.url().c_str()); });
+  EXPECT_TRUE(NativeIsLive());
+  EXPECT_EQ(log.find("CheckLiveStreaming"), std::string::npos);
+#ifdef _WIN32
+  // The engine's Windows release reads rtmp only through its decoder plug-in,
+  // which the copy the Windows tests run lacks: the open fails.
+  EXPECT_EQ(opened, -1);
+#else
+  ASSERT_EQ(opened, 0);
+  EXPECT_TRUE(Until([&] { return NativeGetRawData(frame_.data()) == kFrameBytes && Shows(frame_, 0, 128, 0); }, 15s))
+      << PixelText(frame_);
+#endif
 }
 
 // The ids of a track description list, in the engine's order; releases the list.

@@ -79,7 +79,7 @@ class SubtitleUpdate : public EngineTestOf<0> {
 
 TEST_F(SubtitleUpdate, WalksCuesOfASubRipFileFromDisk) {
   OpenPaused();
-  ASSERT_TRUE(NativeOpenSubtitleURI(WriteWorkFile("walk.srt", kThreeCues).c_str()));
+  ASSERT_TRUE(NativeOpenSubtitleURI(NativeSeparators(WriteWorkFile("walk.srt", kThreeCues)).c_str()));
   EXPECT_EQ(KORVIDUnity_GetCaptionStreamCount(), 0);
   // Before the first load a selection outside the list loads nothing and harms nothing.
   for (const int32_t outside : {5, -1}) {

@@ -61,8 +61,14 @@ void HttpServer::serve(const std::string& path, const std::string& body, int sta
   if (status != 200 || cut >= 0) WriteFile(file + "~", std::to_string(status) + " " + std::to_string(cut));
 }
 
+// File by file: the C++ runtime of the Windows build copies no folder's content.
 void HttpServer::serveDirectory(const std::string& prefix, const std::string& dir) {
-  fs::copy(dir, folder(prefix), fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(dir)) {
+    if (!entry.is_regular_file()) continue;
+    const fs::path target = fs::path(folder(prefix)) / fs::relative(entry.path(), dir);
+    fs::create_directories(target.parent_path());
+    fs::copy_file(entry.path(), target, fs::copy_options::overwrite_existing);
+  }
 }
 
 std::vector<std::string> HttpServer::requests(const std::string& path) const {

@@ -50,8 +50,9 @@ std::string HlsOnDemandSet();
 std::string HlsLiveSet();
 
 // ffmpeg's DASH muxer on the same pattern: manifest.mpd with one adaptation
-// set of two renditions in 1-second segments, 320 x 240 at 100 kbit/s and
-// 160 x 120 at 300 kbit/s.
+// set of two renditions in 1-second segments of fragmented MP4, 320 x 240 at
+// 100 kbit/s and 160 x 120 at 300 kbit/s. (For VP9 ffmpeg would write WebM
+// segments, which the engine's Windows release 3.0.2 does not play.)
 std::string DashTwoSizeSet();
 
 }  // namespace korvid::test

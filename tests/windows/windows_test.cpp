@@ -1,6 +1,7 @@
-// What only the Windows build does, run under Wine: the path separator, text-
-// mode subtitle files, and the DLL as a Unity host loads it (by name, its entry
-// points looked up by name), starting without a working engine.
+// What only the Windows build does, run under Wine beside a stand-in engine:
+// the DLL as a Unity host loads it (by name, its entry points looked up by
+// name), starting without a working engine. (Windows paths and text-mode
+// subtitle files are played through the real engine: engine_windows_test.cpp.)
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -10,21 +11,7 @@
 #include <cstdint>
 #include <string>
 
-#include "core/open_media.h"
-#include "subtitles/subtitle_source.h"
-#include "support/media.h"
-
 namespace {
-
-TEST(Windows, LocalPathsReachTheEngineWithBackslashes) {
-  EXPECT_EQ(korvid::EnginePath("C:/media/clips/a b.mp4"), "C:\\media\\clips\\a b.mp4");
-  EXPECT_EQ(korvid::EnginePath("..\\mixed/path.mkv"), "..\\mixed\\path.mkv");
-}
-
-TEST(Windows, SubRipFilesAreReadInTextMode) {
-  const std::string path = korvid::test::WriteWorkFile("crlf.srt", "1\r\n00:00:01,000 --> 00:00:02,500\r\nHello\r\nWorld\r\n");
-  EXPECT_EQ(korvid::subtitles::ReadWholeFile(path), "1\n00:00:01,000 --> 00:00:02,500\nHello\nWorld\n");
-}
 
 // The export `name` of `library` as a function of type `Signature`, through the
 // generic function pointer type, which any function pointer converts to.
