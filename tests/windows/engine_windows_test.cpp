@@ -1,8 +1,9 @@
 // Engine scenarios that only the Windows build runs, under Wine against the
-// engine's own Windows release: a paused clip started from its beginning, many
-// start-up and shut-down cycles in one process, and the engine's plug-ins kept
-// in a folder of their own. (Windows paths with "\\": NativeSeparators in the
-// shared engine tests; network sources: StreamingPlayback.)
+// engine's own Windows release: many start-up and shut-down cycles in one
+// process, and the engine's plug-ins kept in a folder of their own.
+// (NativeStartPlayBack from a pause: the shared playback routine; Windows
+// paths with "\\": NativeSeparators in the shared engine tests; network
+// sources: StreamingPlayback.)
 
 #include <windows.h>
 // After windows.h.
@@ -12,26 +13,6 @@
 
 namespace korvid::test {
 namespace {
-
-using StartPlayBack = EngineTest;
-
-// From a pause, the clip starts again from its beginning and plays.
-TEST_F(StartPlayBack, RestartsAPausedClipFromItsBeginning) {
-  NativeSetAutoPlay(true);
-  ASSERT_EQ(NativeOpenURI(ColourClip("0x00FF00", 30, true).c_str()), 0);
-  ASSERT_TRUE(Until([] { return NativeGetCurrentTime() >= 5000; })) << NativeGetCurrentTime();
-  EXPECT_EQ(NativePause(), 0);
-  ASSERT_TRUE(Until([] { return libvlc_media_player_get_state(Record().mainPlayer.get()) == libvlc_Paused; }));
-  events_.clear();
-  EXPECT_EQ(NativeStartPlayBack(), 0);
-  // Four seconds of margin: the clock would have to run that long between two looks.
-  ASSERT_TRUE(Until([] { return NativeGetCurrentTime() < 1000; })) << NativeGetCurrentTime();
-  ASSERT_TRUE(WaitFor(2)) << Seen();
-  EXPECT_TRUE(Until([] { return NativeGetCurrentTime() >= 1500; })) << NativeGetCurrentTime();
-  EXPECT_EQ(NativeGetPlayerState(), 3);
-  EXPECT_TRUE(Until([&] { return NativeGetRawData(frame_.data()) == kFrameBytes && Shows(frame_, 0, 255, 0); }))
-      << PixelText(frame_);
-}
 
 // The process's threads. Every engine instance and player keeps threads of
 // its own until it is released (Wine counts no handles: GetProcessHandleCount
