@@ -3,6 +3,7 @@
 // media, the loopback server and the standard headers such tests use).
 #pragma once
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <vlc/vlc.h>
 
@@ -17,6 +18,11 @@
 #include <tuple>
 #include <utility>
 #include <vector>
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
 
 #include "core/player_record.h"
 #include "exports/korvid_exports.h"
@@ -101,18 +107,32 @@ inline void ExpectLogged(const std::string& log, LogLines lines) {
   for (const auto& [method, line] : lines) EXPECT_NE(log.find(LogLine(method, line)), std::string::npos) << method << " " << line;
 }
 // Runs `body` again and again with logging on until what the process printed
-// meanwhile holds the line of each (method, line), or 20 s pass; expects them all.
+// meanwhile holds the line of each (method, line), or 20 s pass; expects them
+// all. Standard output goes to a file for the whole wait and is read as it
+// grows: redirecting it again and again while the engine's threads print can
+// deadlock in the Windows C runtime.
 inline void ExpectLoggedWhile(const std::function<void()>& body, LogLines lines) {
+  const std::string path = WorkDir() + "/logged-while.txt";
+  std::fflush(stdout);
+  const int saved = dup(1);
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  dup2(file, 1);
+  close(file);
+  NativeSetLogLevel(1);
   std::string log;
   const auto missing = [&] {
     return std::any_of(lines.begin(), lines.end(), [&](const auto& l) { return log.find(LogLine(l.first, l.second)) == std::string::npos; });
   };
   for (const auto deadline = std::chrono::steady_clock::now() + 20s; missing() && std::chrono::steady_clock::now() < deadline;) {
-    log += LoggedBy([&] {
-      body();
-      std::this_thread::sleep_for(20ms);
-    });
+    body();
+    std::fflush(stdout);
+    log = ReadFile(path);
+    std::this_thread::sleep_for(20ms);
   }
+  NativeSetLogLevel(0);
+  std::fflush(stdout);
+  dup2(saved, 1);
+  close(saved);
   ExpectLogged(log, lines);
 }
 
