@@ -127,6 +127,7 @@ inline void ExpectLoggedWhile(const std::function<void()>& body, LogLines lines)
     body();
     std::fflush(stdout);
     log = ReadFile(path);
+    log.erase(std::remove(log.begin(), log.end(), '\r'), log.end());  // the Windows C runtime's text mode
     std::this_thread::sleep_for(20ms);
   }
   NativeSetLogLevel(0);
