@@ -47,6 +47,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench/heap_growth.h"
 #include "core/engine_adapter.h"
 #include "exports/korvid_exports.h"
 #include "support/headless_env.h"
@@ -58,33 +59,8 @@ namespace {
 using namespace std::chrono_literals;
 using korvid::video::kFrameBytes;
 
-struct Sample {
-  double resident = 0;
-  double handedOut = 0;
-  double bigBlocks = 0;
-};
-
-Sample Measure() {
-  malloc_trim(0);
-  long pages = 0, resident = 0;
-  std::ifstream("/proc/self/statm") >> pages >> resident;
-  const struct mallinfo2 info = mallinfo2();
-  return {static_cast<double>(resident * sysconf(_SC_PAGESIZE)), static_cast<double>(info.uordblks + info.hblkhd),
-          static_cast<double>(info.hblkhd)};
-}
-
-double Slope(const std::vector<double>& y) {
-  const double n = static_cast<double>(y.size());
-  double sx = 0, sy = 0, sxx = 0, sxy = 0;
-  for (std::size_t i = 0; i < y.size(); ++i) {
-    const double x = static_cast<double>(i);
-    sx += x;
-    sy += y[i];
-    sxx += x * x;
-    sxy += x * y[i];
-  }
-  return (n * sxy - sx * sy) / (n * sxx - sx * sx);
-}
+using korvid::bench::HeapSample;
+using korvid::bench::Slope;
 
 // Polls `condition` every 10 ms for up to 20 s; false if it never held.
 bool Until(const std::function<bool()>& condition) {
@@ -261,7 +237,7 @@ int RunKind(const std::string& kind, int cycles, int warmUp) {
   const auto started = std::chrono::steady_clock::now();
   for (int i = 0; i < cycles; ++i) {
     round(clip, other);
-    const Sample s = Measure();
+    const HeapSample s = korvid::bench::MeasureHeap();
     if (i < warmUp) continue;
     resident.push_back(s.resident);
     handedOut.push_back(s.handedOut);

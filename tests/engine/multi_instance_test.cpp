@@ -95,11 +95,8 @@ TEST_F(MultiInstance, FourSlotsPlayEachIntoItsOwnCopyAreControlledByIndexAndRest
   ASSERT_TRUE(Until([&] { return SlotState(2) == 4; }));
   const int32_t paused = Time(2);
   NativeControlInstance(0);
-  const auto stamp = [](int32_t ms) {
-    return "00:00:" + std::to_string(ms / 1000) + "," + std::to_string(1000 + ms % 1000).substr(1);
-  };
   ASSERT_TRUE(NativeOpenSubtitleURI(
-      WriteWorkFile("slot-2.srt", "1\n" + stamp(paused - 400) + " --> " + stamp(paused + 400) + "\nslot two\n\n").c_str()));
+      WriteWorkFile("slot-2.srt", "1\n" + Stamp(paused - 400) + " --> " + Stamp(paused + 400) + "\nslot two\n\n").c_str()));
   std::vector<char> text(10000);
   EXPECT_EQ(NativeUpdateSubtitle(text.data()), 8) << paused << " vs " << Time(0);
   EXPECT_EQ(std::string(text.data(), 8), "slot two");

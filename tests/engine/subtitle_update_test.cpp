@@ -22,11 +22,6 @@ const std::string kThreeCues = "1\r\n00:00:01,000 --> 00:00:05,000\r\nAlpha one\
 
 int64_t Clock() { return libvlc_media_player_get_time(Record().mainPlayer.get()); }
 
-// A SubRip timestamp for `ms` (under a minute).
-std::string Stamp(int64_t ms) {
-  return "00:00:" + std::to_string(ms / 1000) + "," + std::to_string(1000 + ms % 1000).substr(1);
-}
-
 class SubtitleUpdate : public EngineTestOf<0> {
  protected:
   ~SubtitleUpdate() override { NativeSetProperty(901, static_cast<int32_t>(kBufferSize)); }

@@ -24,10 +24,9 @@
 // The figures, with resident memory's slope for comparison, are printed as
 // lines beginning "soak:".
 #include <malloc.h>
-#include <unistd.h>
 
-#include <fstream>
 
+#include "bench/heap_growth.h"
 #include "support/engine_session.h"
 
 namespace korvid::test {
@@ -43,34 +42,8 @@ constexpr int kMeasuredCycles = 100;
 // engine, a texture or a frame copy more still.
 constexpr double kSlopeBoundBytes = 1024;
 
-struct Heap {
-  double handedOut = 0;  // bytes in use, small blocks and big ones
-  double bigBlocks = 0;  // bytes in use in blocks of 4 MB or more
-  double resident = 0;
-};
-
-Heap Measure() {
-  malloc_trim(0);
-  const struct mallinfo2 info = mallinfo2();
-  long pages = 0, resident = 0;
-  std::ifstream("/proc/self/statm") >> pages >> resident;
-  return {static_cast<double>(info.uordblks + info.hblkhd), static_cast<double>(info.hblkhd),
-          static_cast<double>(resident * sysconf(_SC_PAGESIZE))};
-}
-
-// Least-squares growth per sample.
-double Slope(const std::vector<double>& y) {
-  const double n = static_cast<double>(y.size());
-  double sx = 0, sy = 0, sxx = 0, sxy = 0;
-  for (std::size_t i = 0; i < y.size(); ++i) {
-    const double x = static_cast<double>(i);
-    sx += x;
-    sy += y[i];
-    sxx += x * x;
-    sxy += x * y[i];
-  }
-  return (n * sxy - sx * sy) / (n * sxx - sx * sx);
-}
+using bench::HeapSample;
+using bench::Slope;
 
 // One kind of round's samples after the warm-up.
 struct Series {
@@ -80,7 +53,7 @@ struct Series {
   double bigBlocksAfterWarmUp = 0;
   std::vector<double> handedOut, bigBlocks, resident;
 
-  void add(int cycle, const Heap& h) {
+  void add(int cycle, const HeapSample& h) {
     if (cycle + 1 == kWarmUpCycles) bigBlocksAfterWarmUp = h.bigBlocks;
     if (cycle < kWarmUpCycles) return;
     handedOut.push_back(h.handedOut);
@@ -139,7 +112,7 @@ TEST_F(Soak, SinglePlayerAndFourSlotCycles) {
     ASSERT_TRUE(WaitFor(13)) << Seen() << " state " << NativeGetPlayerState();
     EXPECT_EQ(NativeStop(), 0);
     NativeShutdown();
-    single.add(i, Measure());
+    single.add(i, bench::MeasureHeap());
 
     // Four slots: started, one restarted, each sought and paused, stopped two ways.
     ASSERT_EQ(StartUp(kSlots), 0);
@@ -158,7 +131,7 @@ TEST_F(Soak, SinglePlayerAndFourSlotCycles) {
     NativeControlInstance(3);
     EXPECT_EQ(NativeStop(), 0);
     NativeShutdown();
-    four.add(i, Measure());
+    four.add(i, bench::MeasureHeap());
   }
   single.check();
   four.check();

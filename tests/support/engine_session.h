@@ -77,6 +77,11 @@ inline std::string PixelText(const std::vector<uint8_t>& frame, int x = 960, int
 // The engine's own state of the main player.
 inline libvlc_state_t MainState() { return libvlc_media_player_get_state(Record().mainPlayer.get()); }
 
+// A SubRip timestamp for `ms` (under a minute).
+inline std::string Stamp(int64_t ms) {
+  return "00:00:" + std::to_string(ms / 1000) + "," + std::to_string(1000 + ms % 1000).substr(1);
+}
+
 // NativeGetPlayerState of `slot`, chosen with NativeControlInstance.
 inline int32_t SlotState(int32_t slot) {
   NativeControlInstance(slot);
