@@ -49,17 +49,26 @@ void StartChosenPlayer(int32_t index, const char* location) {
   net::CheckLiveStreaming(location, SlotLocationKind(location));
   slots.setLiveFlag(index, Record().isLive.load());
 
-  libvlc_media_player_t* const player = libvlc_media_player_new(engine);
-  if (player == nullptr) {
-    libvlc_media_release(media);
-    return;
+  libvlc_media_player_t* player = slots.player(index);
+  engine::DrainWorker();  // a stop still queued for the slot's player runs first
+  if (player != nullptr) {
+    // A slot started again keeps its player, which takes the new media: the
+    // engine hands the running video output to the new input instead of
+    // closing it and making another. Under Wine, the engine's Windows release
+    // hung releasing a drawing slot's player while three others drew (its join
+    // of the video thread never returned); a restart no longer closes one.
+    engine::SetMedia(player, media);
+    slots.setMedia(index, media);
+  } else {
+    player = libvlc_media_player_new(engine);
+    if (player == nullptr) {
+      libvlc_media_release(media);
+      return;
+    }
+    engine::SetMedia(player, media);
+    video::AttachFrameOutput(player, video::SlotLockCallbacks[index]);
+    slots.setMediaAndPlayer(index, media, player);
   }
-  engine::SetMedia(player, media);
-  video::AttachFrameOutput(player, video::SlotLockCallbacks[index]);
-  // The slot's previous player (if any) is stopped and released here, before
-  // the new one starts drawing into the same texture and copy.
-  engine::DrainWorker();  // a stop still queued for that player runs first
-  slots.setMediaAndPlayer(index, media, player);
 
   if (libvlc_media_player_play(player) == -1) Record().stateCode = state_code::kClosed;
 }

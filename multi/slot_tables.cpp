@@ -101,6 +101,18 @@ void SlotTables::setMediaAndPlayer(int32_t index, libvlc_media_t* media, libvlc_
   if (oldMedia != nullptr) libvlc_media_release(oldMedia);
 }
 
+void SlotTables::setMedia(int32_t index, libvlc_media_t* media) {
+  libvlc_media_t* old = media;
+  {
+    const std::lock_guard lock(mutex_);
+    if (Entry* e = entry(index)) {
+      old = e->media.release();
+      e->media.reset(media);
+    }
+  }
+  if (old != nullptr) libvlc_media_release(old);
+}
+
 bool SlotTables::liveFlag(int32_t index) const {
   const std::lock_guard lock(mutex_);
   const Entry* e = entry(index);

@@ -42,6 +42,8 @@ class SlotTables {
   void setTexture(int32_t index, UniqueTexture texture);
   // Installs a new media and player in the slot; the previous ones are released.
   void setMediaAndPlayer(int32_t index, libvlc_media_t* media, libvlc_media_player_t* player);
+  // Installs a new media for the slot's player; the previous media is released.
+  void setMedia(int32_t index, libvlc_media_t* media);
 
   bool liveFlag(int32_t index) const;
   void setLiveFlag(int32_t index, bool live);
