@@ -113,8 +113,17 @@ run_each() {  # the folder, then grep's options choosing the tests by name
     fi
   done
 }
-# EnginePluginFolder needs the folder apart (below).
-run_each "$run/engine" -v '^EnginePluginFolder\.'
+# EnginePluginFolder needs the folder apart (below). The four-slot scenario
+# runs only when asked for (KORVID_WINE_FOUR_SLOTS=1): under Wine, four players
+# drawing at once hang the engine's Windows release now and then, in its own
+# thread joins (README, "What differs from Linux"); CI cannot wait on that.
+if [ "${KORVID_WINE_FOUR_SLOTS:-0}" = 1 ]; then
+  run_each "$run/engine" -v '^EnginePluginFolder\.'
+else
+  echo "   not run: MultiInstance (four players under Wine hang the engine's Windows release now and then;"
+  echo "            KORVID_WINE_FOUR_SLOTS=1 runs it)"
+  run_each "$run/engine" -v -E '^(EnginePluginFolder|MultiInstance)\.'
+fi
 
 echo "== the engine's plug-ins in a folder apart, under Wine"
 mkdir "$run/apart"
