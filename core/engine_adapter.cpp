@@ -200,7 +200,6 @@ void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<vo
         libvlc_event_manager_t* events = libvlc_media_player_event_manager(player);
         for (const libvlc_event_type_t type : Hold::kReports) libvlc_event_attach(events, type, &Hold::OnReport, &TheHold());
         for (int jump = 1;; ++jump) {
-          const int64_t before = libvlc_media_player_get_time(player);
           TheHold().listen(false);
           SetTime(player, timeMs, false);
           TheHold().listen(true);  // the jump's own echo of the target, sent while it was made, is not a report
@@ -208,10 +207,12 @@ void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<vo
           int64_t time = 0;
           const Hold::Outcome outcome = TheHold().await(tickets, time);
           if (outcome == Hold::Outcome::kOver || outcome == Hold::Outcome::kSuperseded) break;
-          // Landed: near the target, or at least nearer it than where the
-          // player was (the engine's clock runs ahead of the picture).
-          const bool landed = std::llabs(time - timeMs) <= kLandedWithinMs ||
-                              std::llabs(time - timeMs) < std::llabs(time - before);
+          // Landed: the clock within a second of the target (it runs a little
+          // ahead of the picture). A lost jump reports the old time; now and
+          // then a jump's first report after its buffering stands well past
+          // the target (1.2 to 1.5 s on a clip with a key frame every second),
+          // and a second jump lands near it. The last jump is kept as it lands.
+          const bool landed = std::llabs(time - timeMs) <= kLandedWithinMs;
           if (outcome == Hold::Outcome::kHurried || jump == kJumps || landed) {
             TheHold().expectPause();
             SetPauseInCallback(player, true);
@@ -219,7 +220,7 @@ void JumpAndHold(libvlc_media_player_t* player, int64_t timeMs, std::function<vo
             if (state != libvlc_Paused && !Finished(player)) TheHold().awaitPause(tickets);
             break;
           }
-          beforeJump();  // the jump was lost: again
+          beforeJump();  // lost, or landed too far past the target: again
         }
         TheHold().listen(false);
         for (const libvlc_event_type_t type : Hold::kReports) libvlc_event_detach(events, type, &Hold::OnReport, &TheHold());
