@@ -51,24 +51,22 @@ void StartChosenPlayer(int32_t index, const char* location) {
 
   libvlc_media_player_t* player = slots.player(index);
   engine::DrainWorker();  // a stop still queued for the slot's player runs first
-  if (player != nullptr) {
-    // A slot started again keeps its player, which takes the new media: the
-    // engine hands the running video output to the new input instead of
-    // closing it and making another. Under Wine, the engine's Windows release
-    // hung releasing a drawing slot's player while three others drew (its join
-    // of the video thread never returned); a restart no longer closes one.
-    engine::SetMedia(player, media);
-    slots.setMedia(index, media);
-  } else {
+  if (player == nullptr) {
     player = libvlc_media_player_new(engine);
     if (player == nullptr) {
       libvlc_media_release(media);
       return;
     }
-    engine::SetMedia(player, media);
     video::AttachFrameOutput(player, video::SlotLockCallbacks[index]);
-    slots.setMediaAndPlayer(index, media, player);
+    slots.setPlayer(index, player);
   }
+  // A slot started again keeps its player, which takes the new media: the
+  // engine hands the running video output to the new input instead of closing
+  // it and making another. Under Wine, the engine's Windows release hung
+  // releasing a drawing slot's player while three others drew (its join of the
+  // video thread never returned); a restart no longer closes one.
+  engine::SetMedia(player, media);
+  slots.setMedia(index, media);
 
   if (libvlc_media_player_play(player) == -1) Record().stateCode = state_code::kClosed;
 }

@@ -81,24 +81,16 @@ void SlotTables::setTexture(int32_t index, UniqueTexture texture) {
   if (Entry* e = entry(index)) e->texture = std::move(texture);
 }
 
-void SlotTables::setMediaAndPlayer(int32_t index, libvlc_media_t* media, libvlc_media_player_t* player) {
-  libvlc_media_t* oldMedia = nullptr;
-  libvlc_media_player_t* oldPlayer = nullptr;
+void SlotTables::setPlayer(int32_t index, libvlc_media_player_t* player) {
+  libvlc_media_player_t* old = player;
   {
     const std::lock_guard lock(mutex_);
-    Entry* e = entry(index);
-    if (e == nullptr) {
-      oldMedia = media;
-      oldPlayer = player;
-    } else {
-      oldMedia = e->media.release();
-      oldPlayer = e->player.release();
-      e->media.reset(media);
+    if (Entry* e = entry(index)) {
+      old = e->player.release();
       e->player.reset(player);
     }
   }
-  engine::ReleasePlayer(oldPlayer);
-  if (oldMedia != nullptr) libvlc_media_release(oldMedia);
+  engine::ReleasePlayer(old);
 }
 
 void SlotTables::setMedia(int32_t index, libvlc_media_t* media) {

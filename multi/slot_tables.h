@@ -40,9 +40,8 @@ class SlotTables {
 
   void setEngine(int32_t index, libvlc_instance_t* engine);
   void setTexture(int32_t index, UniqueTexture texture);
-  // Installs a new media and player in the slot; the previous ones are released.
-  void setMediaAndPlayer(int32_t index, libvlc_media_t* media, libvlc_media_player_t* player);
-  // Installs a new media for the slot's player; the previous media is released.
+  // Install a new player or media in the slot; the previous one is released.
+  void setPlayer(int32_t index, libvlc_media_player_t* player);
   void setMedia(int32_t index, libvlc_media_t* media);
 
   bool liveFlag(int32_t index) const;
