@@ -233,9 +233,8 @@ TEST_F(StreamingPlayback, ProgressiveHlsAndDashThenALiveStreamPausesByStoppingTh
   ASSERT_TRUE(After([&] { return NativeOpenURI(server.url("/live/master.m3u8").c_str()); }, 9)) << Seen();
   ASSERT_TRUE(NativeIsLive());
 #ifndef _WIN32
-  // (Under Wine the engine's Windows release went on playing the live window
-  // after this pause, whose 9 was queued: not yet known whether Wine or the
-  // engine is the cause.)
+  // (The engine's Windows release 3.0.2 refuses this pause of a live window,
+  // "cannot set pause state" in its log, and plays on; the 9 is queued all the same.)
   ASSERT_TRUE(Until([&] { return MainState() == libvlc_Paused && totalIsLengthPlus1000(0); })) << NativeGetTotalTime();
   ASSERT_TRUE(After(NativeResume, 2)) << Seen();
 #endif
@@ -255,11 +254,9 @@ TEST_F(StreamingPlayback, ProgressiveHlsAndDashThenALiveStreamPausesByStoppingTh
   EXPECT_EQ(NativeGetPlayerState(), 4);
   EXPECT_EQ(NativeGetTotalTime(), total);
   EXPECT_EQ(NativeSeek(1000), -3);  // a stopped live stream cannot seek
-#ifndef _WIN32  // under Wine the engine's Windows release did not play a window of three segments
-  std::string window = "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXT-X-MEDIA-SEQUENCE:3\n";
-  for (const char* segment : {"3", "4", "5"}) window += std::string("#EXTINF:1.0,\nindex") + segment + ".ts\n";
-  server.serve("/live/low/index.m3u8", window);
-#endif
+  // (The engine's Windows release 3.0.2 never ends its buffering on a window of
+  // three one-second segments; four it plays.)
+  server.serve("/live/low/index.m3u8", ReadFile(HlsLiveTail() + "/low/index.m3u8"));
   events_.clear();
   EXPECT_EQ(NativeResume(), 0);  // restarts the stream
   ASSERT_TRUE(Until([&] { return HasRun({6, 1, 2}); })) << Seen();

@@ -125,11 +125,13 @@ std::string HlsOnDemandSet() {
                                    " -var_stream_map v:0,name:low %v/index.m3u8"));
 }
 
-std::string HlsLiveSet() {
-  return Directory(Make("hls-live", "master.m3u8",
-                        kPattern + "-f hls -hls_time 1 -hls_list_size 6 -hls_flags omit_endlist" + kSegments +
-                                   " -master_pl_name master.m3u8 -var_stream_map v:0,name:low %v/index.m3u8"));
+static std::string LiveHls(const std::string& dir, const std::string& segments) {
+  return Directory(Make(dir, "master.m3u8", kPattern + "-f hls -hls_time 1 -hls_flags omit_endlist -hls_list_size " +
+                                                segments + kSegments +
+                                                " -master_pl_name master.m3u8 -var_stream_map v:0,name:low %v/index.m3u8"));
 }
+std::string HlsLiveSet() { return LiveHls("hls-live", "6"); }
+std::string HlsLiveTail() { return LiveHls("hls-live-tail", "4"); }
 
 std::string DashTwoSizeSet() {
   return Directory(Make("dash", "manifest.mpd",

@@ -45,9 +45,11 @@ std::string HlsSubtitleSet();
 
 // ffmpeg's HLS muxer on six seconds of a test pattern: master.m3u8 naming one
 // variant low/index.m3u8 with 1-second segments, on demand (ending in
-// #EXT-X-ENDLIST) or a live-style window of all six without the end marker.
+// #EXT-X-ENDLIST) or a live-style window of all six without the end marker;
+// and that window's last four alone, the same segment names.
 std::string HlsOnDemandSet();
 std::string HlsLiveSet();
+std::string HlsLiveTail();
 
 // ffmpeg's DASH muxer on the same pattern: manifest.mpd with one adaptation
 // set of two renditions in 1-second segments of fragmented MP4, 320 x 240 at
