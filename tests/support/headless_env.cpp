@@ -52,7 +52,10 @@ void EnterHeadlessEnvironment() {
 // Wine runs a Unix program named to CreateProcess as a Unix process and hands
 // back no handle to wait on. So the shell runs a script whose last act is to
 // write the command's exit status into a file, and the test waits for that
-// file (the slowest command, a long clip's encoding, takes seconds).
+// file (the slowest command, a long clip's encoding, takes seconds). The
+// handle fields Wine fills in then are not handles of ours: closing them
+// closed whatever handle of the process had that number, once an engine
+// thread's, whose join then never returned.
 void RunCommand(const std::string& command) {
   static std::atomic<int> commands{0};
   const std::string base = workDir + "/.command-" + std::to_string(commands++);
@@ -66,8 +69,6 @@ void RunCommand(const std::string& command) {
   if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
     throw std::runtime_error("could not start the shell for: " + command);
   }
-  if (process.hProcess != nullptr) CloseHandle(process.hProcess);
-  if (process.hThread != nullptr) CloseHandle(process.hThread);
   std::string result;
   AwaitOrThrow([&] { return !(result = ReadFile(base + ".status")).empty(); }, 900, "command never ended: " + command);
   if (std::stoi(result) != 0) throw std::runtime_error("command failed (" + result + "): " + command);
