@@ -62,9 +62,7 @@ void StartChosenPlayer(int32_t index, const char* location) {
   }
   // A slot started again keeps its player, which takes the new media: the
   // engine hands the running video output to the new input instead of closing
-  // it and making another. Under Wine, the engine's Windows release hung
-  // releasing a drawing slot's player while three others drew (its join of the
-  // video thread never returned); a restart no longer closes one.
+  // it and making another.
   engine::SetMedia(player, media);
   slots.setMedia(index, media);
 
