@@ -20,6 +20,7 @@ namespace korvid {
 template <typename T, void (*Release)(T*)>
 class SharedHandle {
  public:
+  using pointer = T*;
   SharedHandle() = default;
   SharedHandle(const SharedHandle&) = delete;
   SharedHandle& operator=(const SharedHandle&) = delete;

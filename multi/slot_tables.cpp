@@ -81,28 +81,22 @@ void SlotTables::setTexture(int32_t index, UniqueTexture texture) {
   if (Entry* e = entry(index)) e->texture = std::move(texture);
 }
 
+template <typename Handle>
+typename Handle::pointer SlotTables::exchange(int32_t index, Handle Entry::*field, typename Handle::pointer value) {
+  const std::lock_guard lock(mutex_);
+  Entry* e = entry(index);
+  if (e == nullptr) return value;
+  typename Handle::pointer old = (e->*field).release();
+  (e->*field).reset(value);
+  return old;
+}
+
 void SlotTables::setPlayer(int32_t index, libvlc_media_player_t* player) {
-  libvlc_media_player_t* old = player;
-  {
-    const std::lock_guard lock(mutex_);
-    if (Entry* e = entry(index)) {
-      old = e->player.release();
-      e->player.reset(player);
-    }
-  }
-  engine::ReleasePlayer(old);
+  engine::ReleasePlayer(exchange(index, &Entry::player, player));
 }
 
 void SlotTables::setMedia(int32_t index, libvlc_media_t* media) {
-  libvlc_media_t* old = media;
-  {
-    const std::lock_guard lock(mutex_);
-    if (Entry* e = entry(index)) {
-      old = e->media.release();
-      e->media.reset(media);
-    }
-  }
-  if (old != nullptr) libvlc_media_release(old);
+  if (libvlc_media_t* old = exchange(index, &Entry::media, media)) libvlc_media_release(old);
 }
 
 bool SlotTables::liveFlag(int32_t index) const {

@@ -72,6 +72,10 @@ class SlotTables {
   };
 
   Entry* entry(int32_t index) const;
+  // Puts `value` into the slot's `field` and hands back what it held, or
+  // `value` itself when there is no such slot: the caller releases it, outside the lock.
+  template <typename Handle>
+  typename Handle::pointer exchange(int32_t index, Handle Entry::*field, typename Handle::pointer value);
   // Releases the players of the slots from `first` on, leaving the rest of
   // their entries in place.
   void releasePlayersFrom(std::size_t first);
