@@ -152,9 +152,7 @@ class EngineTestOf : public testing::Test {
   ~EngineTestOf() override { NativeShutdown(); }
 
   // Pops every queued event, in order, into events_.
-  void Drain() {
-    for (; !NativeQueueIsEmpty(); NativeQueuePop()) events_.push_back(NativeQueueFrontParamEvent());
-  }
+  void Drain() { for (; !NativeQueueIsEmpty(); NativeQueuePop()) events_.push_back(NativeQueueFrontParamEvent()); }
   // Polls `condition` every 10 ms, popping events, until it holds or `timeout` passes.
   bool Until(const std::function<bool()>& condition, std::chrono::milliseconds timeout = 10s) {
     for (const auto deadline = std::chrono::steady_clock::now() + timeout;; std::this_thread::sleep_for(10ms)) {

@@ -94,9 +94,7 @@ uint16_t DeadLoopbackPort() {
   return port;
 }
 
-std::string DeadLocation(const std::string& path) {
-  return "http://127.0.0.1:" + std::to_string(DeadLoopbackPort()) + path;
-}
+std::string DeadLocation(const std::string& path) { return "http://127.0.0.1:" + std::to_string(DeadLoopbackPort()) + path; }
 
 bool UntrustedCertificatesAreRefused() {
 #ifdef _WIN32
